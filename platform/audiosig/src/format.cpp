@@ -37,7 +37,7 @@ void copyCut(std::string_view text, char *buffer, size_t size)
 {
     if (buffer == nullptr || size == 0) return;
     const size_t n = std::min(text.size(), size - 1);
-    std::memcpy(buffer, text.data(), n);
+    if (n > 0) std::memcpy(buffer, text.data(), n);  // an empty view may hold a null pointer
     buffer[n] = '\0';
 }
 

@@ -363,59 +363,183 @@ bool continues(const Span &a, const Span &b)
     return a.block == b.block && a.offset + a.frames == b.offset;
 }
 
+using Chunk = SpanList::Chunk;
+using ChunkRef = SpanList::ChunkRef;
+using Page = SpanList::Page;
+using PageRef = SpanList::PageRef;
+
+std::shared_ptr<Page> makePage(std::vector<ChunkRef> chunks)
+{
+    auto page = std::make_shared<Page>();
+    page->chunks = std::move(chunks);
+    page->starts.resize(page->chunks.size());
+    for (size_t i = 0; i < page->chunks.size(); ++i) {
+        page->starts[i] = page->frames;
+        page->frames += page->chunks[i]->frames;
+    }
+    return page;
+}
+
+// Assembles a list from pieces in order: single spans, whole chunks and
+// whole pages. Shared chunks and pages are kept as they are; the pieces
+// around them are packed so that repeated edits leave no trail of tiny
+// chunks or pages: a short chunk or page is merged with its neighbour
+// whenever both fit in one.
+class Assembler {
+public:
+    void addSpan(const Span &span)
+    {
+        if (span.frames <= 0) return;
+        if (!m_spans.empty() && continues(m_spans.back(), span)) {
+            m_spans.back().frames += span.frames;
+            return;
+        }
+        if (m_spans.size() == SpanList::kChunkSpans) flushSpans();
+        m_spans.push_back(span);
+    }
+
+    void addChunk(const ChunkRef &chunk)
+    {
+        if (chunk->spans.empty()) return;
+        if (m_spans.size() + chunk->spans.size() <= SpanList::kChunkSpans / 2 || chunk->spans.size() < 4) {
+            for (const Span &span : chunk->spans) addSpan(span);
+            return;
+        }
+        flushSpans();
+        if (!m_chunks.empty() && m_chunks.back()->spans.size() + chunk->spans.size() <= SpanList::kChunkSpans / 2) {
+            // Two short chunks side by side become one.
+            auto merged = std::make_shared<Chunk>(*m_chunks.back());
+            for (const Span &span : chunk->spans) {
+                if (!merged->spans.empty() && continues(merged->spans.back(), span)) merged->spans.back().frames += span.frames;
+                else merged->spans.push_back(span);
+                merged->frames += span.frames;
+            }
+            m_chunks.back() = std::move(merged);
+            return;
+        }
+        m_chunks.push_back(chunk);
+        if (m_chunks.size() == SpanList::kPageChunks) flushChunks();
+    }
+
+    void addPage(const PageRef &page)
+    {
+        if (page->chunks.empty()) return;
+        if (m_chunks.size() + page->chunks.size() <= SpanList::kPageChunks / 2 || !m_spans.empty()) {
+            for (const ChunkRef &chunk : page->chunks) addChunk(chunk);
+            return;
+        }
+        flushChunks();
+        if (!m_pages.empty() && m_pages.back()->chunks.size() + page->chunks.size() <= SpanList::kPageChunks / 2) {
+            std::vector<ChunkRef> chunks = m_pages.back()->chunks;
+            chunks.insert(chunks.end(), page->chunks.begin(), page->chunks.end());
+            m_pages.back() = makePage(std::move(chunks));
+            return;
+        }
+        m_pages.push_back(page);
+    }
+
+    std::vector<PageRef> finish()
+    {
+        flushChunks();
+        return std::move(m_pages);
+    }
+
+private:
+    void flushSpans()
+    {
+        if (m_spans.empty()) return;
+        auto chunk = std::make_shared<Chunk>();
+        chunk->spans = std::move(m_spans);
+        m_spans.clear();
+        for (const Span &span : chunk->spans) chunk->frames += span.frames;
+        m_chunks.push_back(std::move(chunk));
+        if (m_chunks.size() == SpanList::kPageChunks) flushChunks();
+    }
+
+    void flushChunks()
+    {
+        flushSpans();
+        if (m_chunks.empty()) return;
+        if (!m_pages.empty() && m_pages.back()->chunks.size() + m_chunks.size() <= SpanList::kPageChunks) {
+            std::vector<ChunkRef> chunks = m_pages.back()->chunks;
+            chunks.insert(chunks.end(), m_chunks.begin(), m_chunks.end());
+            m_pages.back() = makePage(std::move(chunks));
+        } else {
+            m_pages.push_back(makePage(std::move(m_chunks)));
+        }
+        m_chunks.clear();
+    }
+
+    std::vector<Span> m_spans;     // the chunk being packed
+    std::vector<ChunkRef> m_chunks; // the page being packed
+    std::vector<PageRef> m_pages;
+};
+
 } // namespace
 
 size_t SpanList::spanCount() const
 {
     size_t n = 0;
-    for (const ChunkRef &chunk : m_chunks) n += chunk->spans.size();
+    for (const PageRef &page : m_pages)
+        for (const ChunkRef &chunk : page->chunks) n += chunk->spans.size();
     return n;
 }
 
-void SpanList::rebuildStarts()
+void SpanList::setPages(std::vector<PageRef> pages)
 {
-    m_starts.resize(m_chunks.size());
+    m_pages = std::move(pages);
+    m_pageStarts.resize(m_pages.size());
     int64_t at = 0;
-    for (size_t i = 0; i < m_chunks.size(); ++i) {
-        m_starts[i] = at;
-        at += m_chunks[i]->frames;
+    for (size_t i = 0; i < m_pages.size(); ++i) {
+        m_pageStarts[i] = at;
+        at += m_pages[i]->frames;
     }
     m_frames = at;
 }
 
-void SpanList::setChunks(std::vector<ChunkRef> chunks)
+SpanList::Place SpanList::locate(int64_t frame) const
 {
-    m_chunks = std::move(chunks);
-    rebuildStarts();
-}
-
-size_t SpanList::findChunk(int64_t frame, int64_t &chunkStart) const
-{
-    // The last chunk whose start is at or before `frame`.
-    auto it = std::upper_bound(m_starts.begin(), m_starts.end(), frame);
-    const size_t index = it == m_starts.begin() ? 0 : size_t(it - m_starts.begin()) - 1;
-    chunkStart = m_starts.empty() ? 0 : m_starts[index];
-    return index;
+    // The last page, then the last chunk in it, that starts at or before
+    // `frame`.
+    Place place;
+    if (m_pages.empty()) return place;
+    auto pageIt = std::upper_bound(m_pageStarts.begin(), m_pageStarts.end(), frame);
+    place.page = pageIt == m_pageStarts.begin() ? 0 : size_t(pageIt - m_pageStarts.begin()) - 1;
+    const Page &page = *m_pages[place.page];
+    auto chunkIt = std::upper_bound(page.starts.begin(), page.starts.end(), frame - m_pageStarts[place.page]);
+    place.chunk = chunkIt == page.starts.begin() ? 0 : size_t(chunkIt - page.starts.begin()) - 1;
+    place.chunkStart = m_pageStarts[place.page] + page.starts[place.chunk];
+    return place;
 }
 
 void SpanList::append(const Span &span)
 {
     if (span.frames <= 0) return;
-    if (!m_chunks.empty()) {
-        // The last chunk may be changed in place when this list is its only
-        // owner; otherwise it is copied first.
-        ChunkRef &last = m_chunks.back();
-        if (last.use_count() != 1) last = std::make_shared<const Chunk>(*last);
-        auto *chunk = const_cast<Chunk *>(last.get());
-        if (!chunk->spans.empty() && continues(chunk->spans.back(), span)) {
-            chunk->spans.back().frames += span.frames;
-            chunk->frames += span.frames;
-            m_frames += span.frames;
-            return;
+    // Building a list span by span (reading a file) changes its last chunk
+    // and page in place while this list is their only owner.
+    if (!m_pages.empty() && m_pages.back().use_count() == 1) {
+        auto *page = const_cast<Page *>(m_pages.back().get());
+        ChunkRef &last = page->chunks.back();
+        if (last.use_count() == 1) {
+            auto *chunk = const_cast<Chunk *>(last.get());
+            if (continues(chunk->spans.back(), span)) chunk->spans.back().frames += span.frames;
+            else if (chunk->spans.size() < kChunkSpans) chunk->spans.push_back(span);
+            else chunk = nullptr;
+            if (chunk != nullptr) {
+                chunk->frames += span.frames;
+                page->frames += span.frames;
+                m_frames += span.frames;
+                return;
+            }
         }
-        if (chunk->spans.size() < kChunkSpans) {
+        if (page->chunks.size() < kPageChunks) {
+            auto chunk = std::make_shared<Chunk>();
+            chunk->spans.reserve(kChunkSpans);
             chunk->spans.push_back(span);
-            chunk->frames += span.frames;
+            chunk->frames = span.frames;
+            page->starts.push_back(page->frames);
+            page->chunks.push_back(std::move(chunk));
+            page->frames += span.frames;
             m_frames += span.frames;
             return;
         }
@@ -424,8 +548,13 @@ void SpanList::append(const Span &span)
     chunk->spans.reserve(kChunkSpans);
     chunk->spans.push_back(span);
     chunk->frames = span.frames;
-    m_chunks.push_back(std::move(chunk));
-    m_starts.push_back(m_frames);
+    auto page = std::make_shared<Page>();
+    page->chunks.reserve(kPageChunks);
+    page->chunks.push_back(std::move(chunk));
+    page->starts.push_back(0);
+    page->frames = span.frames;
+    m_pageStarts.push_back(m_frames);
+    m_pages.push_back(std::move(page));
     m_frames += span.frames;
 }
 
@@ -439,60 +568,24 @@ void SpanList::forEach(int64_t from, int64_t to, const std::function<void(const 
     from = std::max<int64_t>(0, from);
     to = std::min(to, m_frames);
     if (from >= to) return;
-    int64_t chunkStart;
-    for (size_t c = findChunk(from, chunkStart); c < m_chunks.size() && chunkStart < to; ++c) {
-        int64_t spanStart = chunkStart;
-        for (const Span &span : m_chunks[c]->spans) {
-            const int64_t spanEnd = spanStart + span.frames;
-            if (spanEnd > from && spanStart < to) {
-                const int64_t a = std::max(from, spanStart), b = std::min(to, spanEnd);
-                visit(Span{span.block, span.offset + (a - spanStart), b - a});
+    const Place place = locate(from);
+    int64_t spanStart = place.chunkStart;
+    size_t c = place.chunk;
+    for (size_t p = place.page; p < m_pages.size(); ++p, c = 0) {
+        const Page &page = *m_pages[p];
+        for (; c < page.chunks.size(); ++c) {
+            for (const Span &span : page.chunks[c]->spans) {
+                const int64_t spanEnd = spanStart + span.frames;
+                if (spanEnd > from) {
+                    const int64_t a = std::max(from, spanStart), b = std::min(to, spanEnd);
+                    visit(Span{span.block, span.offset + (a - spanStart), b - a});
+                    if (spanEnd >= to) return;
+                }
+                spanStart = spanEnd;
             }
-            if (spanEnd >= to) return;
-            spanStart = spanEnd;
         }
-        chunkStart += m_chunks[c]->frames;
     }
 }
-
-namespace {
-
-// Appends spans to a chunk sequence: continuing spans are merged, a short
-// last chunk is topped up (copied, since chunks may be shared), and new
-// chunks are cut at kChunkSpans.
-void pushSpans(std::vector<std::shared_ptr<const SpanList::Chunk>> &chunks, const std::vector<Span> &spans)
-{
-    using Chunk = SpanList::Chunk;
-    size_t i = 0;
-    if (spans.empty()) return;
-    // Top up a short last chunk so that repeated edits do not leave a trail
-    // of tiny chunks.
-    if (!chunks.empty() && chunks.back()->spans.size() < SpanList::kChunkSpans) {
-        auto merged = std::make_shared<Chunk>(*chunks.back());
-        while (i < spans.size()) {
-            if (!merged->spans.empty() && continues(merged->spans.back(), spans[i])) {
-                merged->spans.back().frames += spans[i].frames;
-            } else if (merged->spans.size() < SpanList::kChunkSpans) {
-                merged->spans.push_back(spans[i]);
-            } else {
-                break;
-            }
-            merged->frames += spans[i].frames;
-            ++i;
-        }
-        chunks.back() = std::move(merged);
-    }
-    while (i < spans.size()) {
-        auto chunk = std::make_shared<Chunk>();
-        const size_t n = std::min(SpanList::kChunkSpans, spans.size() - i);
-        chunk->spans.assign(spans.begin() + std::ptrdiff_t(i), spans.begin() + std::ptrdiff_t(i + n));
-        for (const Span &s : chunk->spans) chunk->frames += s.frames;
-        chunks.push_back(std::move(chunk));
-        i += n;
-    }
-}
-
-} // namespace
 
 void SpanList::replace(int64_t from, int64_t to, const SpanList &other)
 {
@@ -500,67 +593,42 @@ void SpanList::replace(int64_t from, int64_t to, const SpanList &other)
     to = std::clamp<int64_t>(to, from, m_frames);
     if (from == to && other.empty()) return;
 
-    std::vector<ChunkRef> out;
-    out.reserve(m_chunks.size() + other.m_chunks.size() + 2);
-
-    // Chunks wholly before `from` are kept; the chunk holding `from`
-    // contributes the spans before it.
-    int64_t firstStart = 0;
-    size_t first = m_chunks.empty() ? 0 : findChunk(from, firstStart);
-    if (from == m_frames) {
-        first = m_chunks.size();
-        firstStart = m_frames;
-    }
-    out.assign(m_chunks.begin(), m_chunks.begin() + std::ptrdiff_t(first));
-    std::vector<Span> left;
-    if (first < m_chunks.size()) {
-        int64_t at = firstStart;
-        for (const Span &span : m_chunks[first]->spans) {
+    Assembler out;
+    // Before `from`: whole pages, then whole chunks of its page, then the
+    // spans of its chunk up to `from`.
+    if (from < m_frames) {
+        const Place place = locate(from);
+        for (size_t p = 0; p < place.page; ++p) out.addPage(m_pages[p]);
+        const Page &page = *m_pages[place.page];
+        for (size_t c = 0; c < place.chunk; ++c) out.addChunk(page.chunks[c]);
+        int64_t at = place.chunkStart;
+        for (const Span &span : page.chunks[place.chunk]->spans) {
             if (at >= from) break;
-            left.push_back(Span{span.block, span.offset, std::min(span.frames, from - at)});
+            out.addSpan(Span{span.block, span.offset, std::min(span.frames, from - at)});
             at += span.frames;
         }
+    } else {
+        for (const PageRef &page : m_pages) out.addPage(page);
     }
-
-    // The chunk holding `to` contributes the spans after it; later chunks
-    // are kept.
-    std::vector<Span> right;
-    size_t after = m_chunks.size();
+    for (const PageRef &page : other.m_pages) out.addPage(page);
+    // After `to`: the rest of its chunk, the later chunks of its page, the
+    // later pages.
     if (to < m_frames) {
-        int64_t lastStart;
-        const size_t last = findChunk(to, lastStart);
-        int64_t at = lastStart;
-        for (const Span &span : m_chunks[last]->spans) {
+        const Place place = locate(to);
+        const Page &page = *m_pages[place.page];
+        int64_t at = place.chunkStart;
+        for (const Span &span : page.chunks[place.chunk]->spans) {
             const int64_t end = at + span.frames;
             if (end > to) {
                 const int64_t skip = std::max<int64_t>(0, to - at);
-                right.push_back(Span{span.block, span.offset + skip, span.frames - skip});
+                out.addSpan(Span{span.block, span.offset + skip, span.frames - skip});
             }
             at = end;
         }
-        after = last + 1;
+        for (size_t c = place.chunk + 1; c < page.chunks.size(); ++c) out.addChunk(page.chunks[c]);
+        for (size_t p = place.page + 1; p < m_pages.size(); ++p) out.addPage(m_pages[p]);
     }
-
-    pushSpans(out, left);
-    if (!other.m_chunks.empty()) {
-        // The inserted list's chunks are shared as they are, except that a
-        // short first chunk joins what comes before.
-        size_t k = 0;
-        if (!out.empty() && out.back()->spans.size() + other.m_chunks[0]->spans.size() <= kChunkSpans) {
-            pushSpans(out, other.m_chunks[0]->spans);
-            k = 1;
-        }
-        out.insert(out.end(), other.m_chunks.begin() + std::ptrdiff_t(k), other.m_chunks.end());
-    }
-    pushSpans(out, right);
-    // A short chunk before the kept tail joins it when both fit in one.
-    if (after < m_chunks.size() && !out.empty()
-        && out.back()->spans.size() + m_chunks[after]->spans.size() <= kChunkSpans) {
-        pushSpans(out, m_chunks[after]->spans);
-        ++after;
-    }
-    out.insert(out.end(), m_chunks.begin() + std::ptrdiff_t(after), m_chunks.end());
-    setChunks(std::move(out));
+    setPages(out.finish());
 }
 
 void SpanList::erase(int64_t from, int64_t to)
@@ -576,39 +644,46 @@ void SpanList::insert(int64_t at, const SpanList &other)
 
 SpanList SpanList::slice(int64_t from, int64_t to) const
 {
-    SpanList out;
+    SpanList result;
     from = std::max<int64_t>(0, from);
     to = std::min(to, m_frames);
-    if (from >= to) return out;
+    if (from >= to) return result;
     if (from == 0 && to == m_frames) return *this;
-    // Whole chunks inside the range are shared; the partial ones at the two
-    // ends are rebuilt.
-    int64_t chunkStart;
-    size_t c = findChunk(from, chunkStart);
-    std::vector<ChunkRef> chunks;
-    std::vector<Span> pending;
-    for (; c < m_chunks.size() && chunkStart < to; ++c) {
-        const int64_t chunkEnd = chunkStart + m_chunks[c]->frames;
-        if (chunkStart >= from && chunkEnd <= to) {
-            pushSpans(chunks, pending);
-            pending.clear();
-            chunks.push_back(m_chunks[c]);
-        } else {
-            int64_t at = chunkStart;
-            for (const Span &span : m_chunks[c]->spans) {
-                const int64_t end = at + span.frames;
-                if (end > from && at < to) {
-                    const int64_t a = std::max(from, at), b = std::min(to, end);
-                    pending.push_back(Span{span.block, span.offset + (a - at), b - a});
-                }
-                at = end;
-            }
+    // Pages and chunks wholly inside the range are shared; the partial ones
+    // at the two ends contribute their spans.
+    Assembler out;
+    const Place place = locate(from);
+    int64_t chunkStart = place.chunkStart;
+    size_t c = place.chunk;
+    for (size_t p = place.page; p < m_pages.size() && chunkStart < to; ++p, c = 0) {
+        const Page &page = *m_pages[p];
+        const int64_t pageEnd = m_pageStarts[p] + page.frames;
+        if (c == 0 && m_pageStarts[p] >= from && pageEnd <= to) {
+            out.addPage(m_pages[p]);
+            chunkStart = pageEnd;
+            continue;
         }
-        chunkStart = chunkEnd;
+        for (; c < page.chunks.size() && chunkStart < to; ++c) {
+            const ChunkRef &chunk = page.chunks[c];
+            const int64_t chunkEnd = chunkStart + chunk->frames;
+            if (chunkStart >= from && chunkEnd <= to) {
+                out.addChunk(chunk);
+            } else {
+                int64_t at = chunkStart;
+                for (const Span &span : chunk->spans) {
+                    const int64_t end = at + span.frames;
+                    if (end > from && at < to) {
+                        const int64_t a = std::max(from, at), b = std::min(to, end);
+                        out.addSpan(Span{span.block, span.offset + (a - at), b - a});
+                    }
+                    at = end;
+                }
+            }
+            chunkStart = chunkEnd;
+        }
     }
-    pushSpans(chunks, pending);
-    out.setChunks(std::move(chunks));
-    return out;
+    result.setPages(out.finish());
+    return result;
 }
 
 void SpanList::readFloat(int64_t from, int64_t count, float *out) const
@@ -645,19 +720,22 @@ Stats SpanList::stats(int64_t from, int64_t count) const
     from = std::max<int64_t>(0, from);
     const int64_t to = std::min(from + count, m_frames);
     if (from >= to) return s;
-    int64_t chunkStart;
-    for (size_t c = findChunk(from, chunkStart); c < m_chunks.size() && chunkStart < to; ++c) {
-        int64_t spanStart = chunkStart;
-        for (const Span &span : m_chunks[c]->spans) {
-            const int64_t spanEnd = spanStart + span.frames;
-            if (spanEnd > from) {
-                const int64_t a = std::max(from, spanStart), b = std::min(to, spanEnd);
-                s.merge(span.block->stats(span.offset + (a - spanStart), b - a));
-                if (spanEnd >= to) return s;
+    const Place place = locate(from);
+    int64_t spanStart = place.chunkStart;
+    size_t c = place.chunk;
+    for (size_t p = place.page; p < m_pages.size(); ++p, c = 0) {
+        const Page &page = *m_pages[p];
+        for (; c < page.chunks.size(); ++c) {
+            for (const Span &span : page.chunks[c]->spans) {
+                const int64_t spanEnd = spanStart + span.frames;
+                if (spanEnd > from) {
+                    const int64_t a = std::max(from, spanStart), b = std::min(to, spanEnd);
+                    s.merge(span.block->stats(span.offset + (a - spanStart), b - a));
+                    if (spanEnd >= to) return s;
+                }
+                spanStart = spanEnd;
             }
-            spanStart = spanEnd;
         }
-        chunkStart += m_chunks[c]->frames;
     }
     return s;
 }
@@ -681,7 +759,7 @@ void SpanList::rewrite(int64_t from, int64_t to, const Producer &produce)
 bool SpanList::sameSpans(const SpanList &other) const
 {
     if (m_frames != other.m_frames) return false;
-    if (m_chunks == other.m_chunks) return true;
+    if (m_pages == other.m_pages) return true;
     std::vector<Span> a, b;
     forEach(0, m_frames, [&](const Span &s) { a.push_back(s); });
     other.forEach(0, other.m_frames, [&](const Span &s) { b.push_back(s); });
@@ -693,10 +771,13 @@ bool SpanList::sameSpans(const SpanList &other) const
 
 size_t SpanList::collect(std::vector<const Block *> &blocks) const
 {
-    size_t bytes = m_chunks.capacity() * sizeof(ChunkRef) + m_starts.capacity() * sizeof(int64_t);
-    for (const ChunkRef &chunk : m_chunks) {
-        bytes += sizeof(Chunk) + chunk->spans.capacity() * sizeof(Span);
-        for (const Span &span : chunk->spans) blocks.push_back(span.block.get());
+    size_t bytes = m_pages.capacity() * sizeof(PageRef) + m_pageStarts.capacity() * sizeof(int64_t);
+    for (const PageRef &page : m_pages) {
+        bytes += sizeof(Page) + page->chunks.capacity() * sizeof(ChunkRef) + page->starts.capacity() * sizeof(int64_t);
+        for (const ChunkRef &chunk : page->chunks) {
+            bytes += sizeof(Chunk) + chunk->spans.capacity() * sizeof(Span);
+            for (const Span &span : chunk->spans) blocks.push_back(span.block.get());
+        }
     }
     return bytes;
 }

@@ -133,9 +133,12 @@ using Producer = std::function<void(int64_t position, int64_t count, float *out)
 
 class SpanList {
 public:
-    // Spans per chunk: a chunk is copied whole when an edit touches it, so
-    // it stays small; a duplicate copies one pointer per chunk.
+    // Spans per chunk and chunks per page. An edit copies the chunk and the
+    // page it touches and the list of pages; a duplicate copies the list of
+    // pages only. A 10-hour channel of 44.1 kHz audio (24,000 blocks) has
+    // about 380 chunks in 12 pages, so both stay a few dozen pointers.
     static constexpr size_t kChunkSpans = 64;
+    static constexpr size_t kPageChunks = 32;
 
     SpanList() = default;
 
@@ -176,28 +179,38 @@ public:
     // lengths).
     bool sameSpans(const SpanList &other) const;
     // True when both share their structure (cheap identity test).
-    bool sharesStructureWith(const SpanList &other) const { return m_chunks == other.m_chunks; }
+    bool sharesStructureWith(const SpanList &other) const { return m_pages == other.m_pages; }
 
     // Adds the distinct blocks to `blocks` and returns the bytes of the span
     // structure that this list holds.
     size_t collect(std::vector<const Block *> &blocks) const;
 
-    // The structure: chunks of spans, shared between lists and never
-    // changed once shared.
+    // The structure: pages of chunks of spans, shared between lists and
+    // never changed once shared.
     struct Chunk {
         std::vector<Span> spans;
         int64_t frames = 0;
     };
     using ChunkRef = std::shared_ptr<const Chunk>;
+    struct Page {
+        std::vector<ChunkRef> chunks;
+        std::vector<int64_t> starts;  // first frame of each chunk, from the page's start
+        int64_t frames = 0;
+    };
+    using PageRef = std::shared_ptr<const Page>;
 
 private:
-    // Index of the chunk holding `frame` and that chunk's first frame.
-    size_t findChunk(int64_t frame, int64_t &chunkStart) const;
-    void rebuildStarts();
-    void setChunks(std::vector<ChunkRef> chunks);
+    struct Place {
+        size_t page = 0;
+        size_t chunk = 0;
+        int64_t chunkStart = 0;  // in list frames
+    };
+    // The page and chunk holding `frame` (the first ones for an empty list).
+    Place locate(int64_t frame) const;
+    void setPages(std::vector<PageRef> pages);
 
-    std::vector<ChunkRef> m_chunks;
-    std::vector<int64_t> m_starts;  // first frame of each chunk
+    std::vector<PageRef> m_pages;
+    std::vector<int64_t> m_pageStarts;  // first frame of each page
     int64_t m_frames = 0;
 };
 

@@ -11,7 +11,7 @@ packages=(
     libfftw3-dev libkissfft-dev
     libtag1-dev nlohmann-json3-dev
     libgtest-dev libgmock-dev libbenchmark-dev
-    sox
+    sox libsox-fmt-mp3
 )
 
 missing=()

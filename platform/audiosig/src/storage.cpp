@@ -303,6 +303,24 @@ void Block::readFloat(int64_t from, int64_t count, float *out) const
     decodeRun(m_type, m_data == nullptr ? nullptr : m_data + size_t(from) * m_stride, m_stride, count, out);
 }
 
+void Block::readAs(SampleType type, int64_t from, int64_t count, void *out) const
+{
+    auto *dst = static_cast<uint8_t *>(out);
+    const size_t width = bytesPerSample(type);
+    if (type == m_type && m_data != nullptr) {
+        for (int64_t i = 0; i < count; ++i)
+            std::memcpy(dst + size_t(i) * width, m_data + size_t(from + i) * m_stride, width);
+        return;
+    }
+    float buffer[kRun1];
+    for (int64_t done = 0; done < count;) {
+        const int64_t n = std::min<int64_t>(kRun1, count - done);
+        readFloat(from + done, n, buffer);
+        for (int64_t i = 0; i < n; ++i) encodeFloat(type, buffer[i], dst + size_t(done + i) * width);
+        done += n;
+    }
+}
+
 Stats Block::scan(int64_t from, int64_t count) const
 {
     if (count <= 0) return Stats{};
@@ -811,6 +829,16 @@ void SpanBuilder::pushNative(const void *first, int64_t frames, size_t strideByt
     }
 }
 
+void SpanBuilder::pushFloat(const float *samples, int64_t frames)
+{
+    const size_t width = bytesPerSample(m_type);
+    uint8_t tmp[8];
+    for (int64_t i = 0; i < frames; ++i) {
+        encodeFloat(m_type, samples[i], tmp);
+        pushNative(tmp, 1, width);
+    }
+}
+
 namespace {
 
 template <typename T>
@@ -822,13 +850,10 @@ T quantize(float v, double scale, double lo, double hi)
 
 } // namespace
 
-void SpanBuilder::pushFloat(const float *samples, int64_t frames)
+void encodeFloat(SampleType type, float v, uint8_t *tmp)
 {
-    const size_t width = bytesPerSample(m_type);
-    uint8_t tmp[8];
-    for (int64_t i = 0; i < frames; ++i) {
-        const float v = samples[i];
-        switch (m_type) {
+    {
+        switch (type) {
         case SampleType::U8: tmp[0] = uint8_t(quantize<int32_t>(v, 128.0, -128.0, 127.0) + 128); break;
         case SampleType::S16: {
             const int16_t x = quantize<int16_t>(v, 32768.0, -32768.0, 32767.0);
@@ -855,7 +880,6 @@ void SpanBuilder::pushFloat(const float *samples, int64_t frames)
         case SampleType::F32:
         case SampleType::Zero: std::memcpy(tmp, &v, 4); break;
         }
-        pushNative(tmp, 1, width);
     }
 }
 

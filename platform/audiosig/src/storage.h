@@ -33,6 +33,10 @@ enum class SampleType : uint8_t {
 
 size_t bytesPerSample(SampleType type);
 
+// Writes one float in [-1, 1] as a sample of `type` at `out` (integers
+// rounded to nearest and clipped to their range).
+void encodeFloat(SampleType type, float value, uint8_t *out);
+
 // Frames of the blocks this library makes: small enough that a short edit
 // copies little (a 1 s gain change of 44.1 kHz audio touches at most two
 // blocks), large enough that a 10-hour channel needs some 24,000 blocks.
@@ -94,6 +98,12 @@ public:
     float sample(int64_t index) const;
     // Reads frames [from, from + count) as floats in [-1, 1].
     void readFloat(int64_t from, int64_t count, float *out) const;
+    // Reads frames [from, from + count) as samples of `type`: the stored
+    // values themselves when the block holds that type (bit-exact also for
+    // 32-bit integers and 64-bit floats, which floats cannot hold), else
+    // converted from floats with rounding and clipping. `out` holds `count`
+    // samples of `type` side by side.
+    void readAs(SampleType type, int64_t from, int64_t count, void *out) const;
     // Min, max and sum of squares of frames [from, from + count), from the
     // summaries plus the samples at the two edges.
     Stats stats(int64_t from, int64_t count) const;

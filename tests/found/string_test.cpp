@@ -82,6 +82,10 @@ TEST(BlStringParameters, GettersRespectBracketsAndFallbacks)
     EXPECT_FALSE(BLSTRING_GetStringValueFromString(text, "missing", value, sizeof value));
     EXPECT_STREQ(value, "");
     EXPECT_FALSE(BLSTRING_GetStringValueFromString(text, "type", value, 4));  // does not fit
+    // A parameter without a value reads as an empty text (regression: the
+    // empty value was copied from a null pointer).
+    ASSERT_TRUE(BLSTRING_GetStringValueFromString("flag,sr=1", "flag", value, sizeof value));
+    EXPECT_STREQ(value, "");
 }
 
 } // namespace

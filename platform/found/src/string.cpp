@@ -149,7 +149,7 @@ bool BLSTRING_GetStringValueFromString(const char *text, const char *name, char 
     buffer[0] = '\0';
     std::string_view value;
     if (!findParameter(text, name, value) || value.size() + 1 > size) return false;
-    std::memcpy(buffer, value.data(), value.size());
+    if (!value.empty()) std::memcpy(buffer, value.data(), value.size());  // an empty view may hold null
     buffer[value.size()] = '\0';
     return true;
 }

@@ -1,11 +1,18 @@
 // Starts the platform libraries and shows each at work: the version
-// registry, how a setting's value is resolved, a vetoed notification, and a
-// spectrum of a test tone on both FFT back-ends.
+// registry, how a setting's value is resolved, a vetoed notification, a
+// spectrum of a test tone on both FFT back-ends, and an edit of a sound
+// saved and read back in two formats.
 #include <blcore.h>
 #include <blnotify.h>
 #include <blsettings.h>
 #include <blversion.h>
+#include <audiofile.h>
+#include <audioops.h>
+#include <audiosignal.h>
 #include <dspb.h>
+
+#include <filesystem>
+#include <string>
 
 #include <cmath>
 #include <cstdio>
@@ -82,18 +89,61 @@ void printSpectrum(const char *backend)
     DSPB_FFTProcDestroy(fft);
 }
 
+// Ten seconds of a 440 Hz stereo tone: fade in the first second, cut a
+// second from the middle and paste it at the end, save as WAV and FLAC in a
+// temporary folder and read both back.
+void printEdit()
+{
+    AUDIOSIGNAL tone = AUDIOSIGNAL_New("AUTO[sr=44100,nc=2,bits=16]");
+    std::vector<float> frames(2 * 441000);
+    for (size_t i = 0; i < frames.size() / 2; ++i)
+        frames[2 * i] = frames[2 * i + 1] = float(0.5 * std::sin(2.0 * M_PI * 440.0 * double(i) / 44100.0));
+    AUDIOSIGNAL_AppendSamples(tone, frames.data(), 441000);
+    AUDIOSIGNAL_FadeInEx(tone, nullptr, 0, 44100);
+    AUDIOSIGNAL piece = AUDIOSIGNAL_CutEx(tone, nullptr, 0, 220500, 264600, 0.0);
+    int64_t pasted = 0;
+    uint32_t error = 0;
+    AUDIOSIGNAL_PasteEx2(tone, piece, 0, INT64_MAX, INT64_MAX, &pasted, &error);
+    std::printf("edit: %.1f s tone, faded in, %.1f s cut from the middle and pasted at the end\n",
+                AUDIO_Sample2Time(AUDIOSIGNAL_GetFormatRef(tone), AUDIOSIGNAL_NumFrames(tone)),
+                AUDIO_Sample2Time(AUDIOSIGNAL_GetFormatRef(tone), pasted));
+    const std::filesystem::path folder = std::filesystem::temp_directory_path() / "tavo-demo";
+    std::filesystem::create_directories(folder);
+    for (const char *format : {"WAV", "FLAC[compression=5]"}) {
+        const std::string name = (folder / (std::string("tone.") + (format[0] == 'W' ? "wav" : "flac"))).string();
+        if (!AUDIOSIGNAL_SaveEx(tone, name.c_str(), format, AUDIO_SAVE_COPY, &error)) {
+            std::printf("  %s: save failed (error bits 0x%x)\n", format, error);
+            continue;
+        }
+        AUDIOSIGNAL back = AUDIOSIGNAL_OpenEx(name.c_str(), "AUTO", 0, nullptr, nullptr, &error);
+        AUDIOPOINTER p;
+        float lo = 0, hi = 0;
+        AUDIOSIGNAL_InitAudioPointer(back, 0, 0, &p);
+        AUDIOSIGNAL_DisplayMinMaxFromAudioPointer(&p, AUDIOSIGNAL_NumFrames(back), &lo, &hi);
+        std::printf("  %-20s %lld bytes, read back %lld frames, peak %.3f / %.3f\n", format,
+                    static_cast<long long>(AUDIOSIGNAL_SizeInDisk(back)),
+                    static_cast<long long>(AUDIOSIGNAL_NumFrames(back)), lo, hi);
+        AUDIOSIGNAL_Destroy(back);
+    }
+    AUDIOSIGNAL_Destroy(piece);
+    AUDIOSIGNAL_Destroy(tone);
+}
+
 } // namespace
 
 int main()
 {
     BLCORE_Initialize();
     DSPB_Initialize();
+    AUDIO_Initialize();
     std::printf("%s\n", BLCORE_Version());
     printVersions();
     printSettings();
     printNotification();
     printSpectrum("fftw");
     printSpectrum("kiss");
+    printEdit();
+    AUDIO_Finalize();
     DSPB_Finalize();
     BLCORE_Finalize();
     return 0;

@@ -86,6 +86,26 @@ TEST(AudioSignal, DuplicatesShareBlocksAndAWriteLeavesTheOtherAlone)
     AUDIOSIGNAL_Destroy(original);
 }
 
+TEST(AudioSignal, AppendedSamplesKeepTheSignalsWidth)
+{
+    AUDIOSIGNAL s = AUDIOSIGNAL_New("AUTO[sr=8000,nc=2,bits=16]");
+    const float frames[] = {0.5f, -0.25f, 1.5f, -1.0f, 1.0f / 65536.0f, 0.0f};  // three stereo frames
+    ASSERT_TRUE(AUDIOSIGNAL_AppendSamples(s, frames, 3));
+    ASSERT_TRUE(AUDIOSIGNAL_AppendSamples(s, frames, 1));
+    EXPECT_EQ(AUDIOSIGNAL_NumFrames(s), 4);
+    EXPECT_EQ(AUDIOSIGNAL_GetSample(s, 0, 0), 0.5);
+    EXPECT_EQ(AUDIOSIGNAL_GetSample(s, 1, 0), -0.25);
+    EXPECT_EQ(AUDIOSIGNAL_GetSample(s, 0, 1), 32767.0 / 32768.0);  // clipped to 16 bits
+    EXPECT_EQ(AUDIOSIGNAL_GetSample(s, 1, 1), -1.0);
+    EXPECT_EQ(AUDIOSIGNAL_GetSample(s, 0, 2), 0.0);  // half a 16-bit step rounds to even: 0
+    EXPECT_EQ(AUDIOSIGNAL_GetSample(s, 0, 3), 0.5);
+    AUDIOSIGNAL_SetReadOnly(s, true);
+    EXPECT_FALSE(AUDIOSIGNAL_AppendSamples(s, frames, 1));
+    EXPECT_FALSE(AUDIOSIGNAL_AppendSamples(nullptr, frames, 1));
+    EXPECT_EQ(AUDIOSIGNAL_NumFrames(s), 4);
+    AUDIOSIGNAL_Destroy(s);
+}
+
 TEST(AudioSignal, ReferencesKeepTheSignalUntilTheLastDestroy)
 {
     AUDIOSIGNAL s = AUDIOSIGNAL_CreateSilence(10, stereo16());

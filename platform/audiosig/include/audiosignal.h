@@ -202,6 +202,13 @@ AUDIO_API int64_t AUDIOSIGNAL_SizeInDisk(AUDIOSIGNAL signal);
 AUDIO_API int64_t AUDIOSIGNAL_GetChannelSamplesEx(AUDIOSIGNAL signal, int32_t channel, int64_t from,
                                                   int64_t count, float *samples);
 
+/* Appends `frames` frames of interleaved floats in [-1, 1] (as many
+** values a frame as the signal has channels), stored in the signal's own
+** sample width (integers rounded and clipped). For hosts that record or
+** generate audio. False for a read-only signal or bad arguments (nothing
+** appended). */
+AUDIO_API bool AUDIOSIGNAL_AppendSamples(AUDIOSIGNAL signal, const float *interleaved, int64_t frames);
+
 /* One sample as a float; 0 outside the signal. */
 AUDIO_API double AUDIOSIGNAL_GetSample(AUDIOSIGNAL signal, int32_t channel, int64_t frame);
 

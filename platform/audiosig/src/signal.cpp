@@ -560,6 +560,36 @@ int64_t AUDIOSIGNAL_GetChannelSamplesEx(AUDIOSIGNAL signal, int32_t channel, int
     return std::max<int64_t>(0, std::min(from + count, list.frames()) - std::max<int64_t>(from, 0));
 }
 
+bool AUDIOSIGNAL_AppendSamples(AUDIOSIGNAL signal, const float *interleaved, int64_t frames)
+{
+    if (signal == nullptr || interleaved == nullptr || frames < 0) return false;
+    if (frames == 0) return true;
+    std::vector<SpanList> channels;
+    AUDIO_FORMAT format;
+    {
+        const ReadLock lock(signal->m_mutex);
+        if (signal->m_readOnly) return false;
+        channels = signal->m_channels;
+        format = signal->m_format;
+    }
+    try {
+        const auto count = size_t(format.numChannels);
+        std::vector<float> one(size_t(std::min(frames, asig::kBlockFrames)));
+        for (size_t c = 0; c < count; ++c) {
+            asig::SpanBuilder builder(_AUDIO_SampleTypeOf(format));
+            for (int64_t at = 0; at < frames; at += int64_t(one.size())) {
+                const int64_t n = std::min(frames - at, int64_t(one.size()));
+                for (int64_t i = 0; i < n; ++i) one[size_t(i)] = interleaved[size_t(at + i) * count + c];
+                builder.pushFloat(one.data(), n);
+            }
+            channels[c].append(builder.finish());
+        }
+    } catch (const std::bad_alloc &) {
+        return false;
+    }
+    return _AUDIOSIGNAL_SetChannels(signal, std::move(channels), nullptr);
+}
+
 double AUDIOSIGNAL_GetSample(AUDIOSIGNAL signal, int32_t channel, int64_t frame)
 {
     if (signal == nullptr) return 0.0;

@@ -6,6 +6,8 @@
 
 #include "signal_p.h"
 
+#include "noise_signal.h"
+
 #include <gtest/gtest.h>
 
 #include <sndfile.h>
@@ -146,25 +148,6 @@ std::vector<float> channelOf(AUDIOSIGNAL signal, int channel)
     std::vector<float> samples(size_t(AUDIOSIGNAL_NumFrames(signal)));
     AUDIOSIGNAL_GetChannelSamplesEx(signal, channel, 0, int64_t(samples.size()), samples.data());
     return samples;
-}
-
-// A stereo signal of 16-bit noise.
-AUDIOSIGNAL makeNoise16(int64_t frames, int32_t rate = 44100, unsigned start = 5)
-{
-    AUDIO_FORMAT format = AUDIO_NullFormat();
-    format.sampleRate = rate;
-    format.numChannels = 2;
-    std::mt19937 rng(start);
-    std::uniform_int_distribution<int> dist(-32768, 32767);
-    std::vector<asig::SpanList> channels;
-    for (int c = 0; c < 2; ++c) {
-        std::vector<int16_t> pcm(static_cast<size_t>(frames));
-        for (auto &v : pcm) v = int16_t(dist(rng));
-        asig::SpanBuilder builder(asig::SampleType::S16);
-        builder.pushNative(pcm.data(), frames, 2);
-        channels.push_back(builder.finish());
-    }
-    return _AUDIOSIGNAL_Create(format, std::move(channels));
 }
 
 // A sine of `frequency` Hz and peak `amplitude` on every channel, as floats.

@@ -1,6 +1,7 @@
 // The signal object through its public interface.
 #include <audiosignal.h>
 
+#include "noise_signal.h"
 #include "signal_p.h"
 
 #include <gtest/gtest.h>
@@ -19,24 +20,9 @@ AUDIO_FORMAT stereo16(int32_t rate = 44100)
     return f;
 }
 
-// A stereo signal of 16-bit noise, left and right different.
 AUDIOSIGNAL makeNoise(int64_t frames, std::vector<std::vector<float>> *reference = nullptr)
 {
-    std::mt19937 rng(11);
-    std::uniform_int_distribution<int> dist(-32768, 32767);
-    std::vector<asig::SpanList> channels;
-    for (int c = 0; c < 2; ++c) {
-        std::vector<int16_t> pcm(static_cast<size_t>(frames));
-        for (auto &v : pcm) v = int16_t(dist(rng));
-        asig::SpanBuilder builder(asig::SampleType::S16);
-        builder.pushNative(pcm.data(), frames, 2);
-        channels.push_back(builder.finish());
-        if (reference != nullptr) {
-            reference->emplace_back(pcm.size());
-            for (size_t i = 0; i < pcm.size(); ++i) reference->back()[i] = float(pcm[i]) / 32768.0f;
-        }
-    }
-    return _AUDIOSIGNAL_Create(stereo16(), std::move(channels));
+    return makeNoise16(frames, 44100, 11, reference);
 }
 
 TEST(AudioSignal, NewTakesItsFormatFromTheText)

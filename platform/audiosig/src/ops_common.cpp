@@ -144,4 +144,21 @@ bool commit(AUDIOSIGNAL signal, std::vector<SpanList> channels, const AUDIO_FORM
     return _AUDIOSIGNAL_SetChannels(signal, std::move(channels), format);
 }
 
+AUDIOSIGNAL duplicateWith(AUDIOSIGNAL signal, std::vector<SpanList> channels, const AUDIO_FORMAT *format,
+                          uint32_t *error)
+{
+    AUDIOSIGNAL result = AUDIOSIGNAL_DuplicateEx(signal, 0);
+    if (result == nullptr) {
+        setError(error, AUDIO_ERROR_OUT_OF_MEMORY);
+        return nullptr;
+    }
+    AUDIOSIGNAL_SetReadOnly(result, false);
+    if (!commit(result, std::move(channels), format)) {
+        AUDIOSIGNAL_Destroy(result);
+        setError(error, AUDIO_ERROR_OUT_OF_MEMORY);
+        return nullptr;
+    }
+    return result;
+}
+
 } // namespace asig::ops

@@ -86,6 +86,12 @@ SpanList produceList(int64_t frames, const Producer &produce, Work *work = nullp
 // Swaps the new channels (and format) in; false when the signal refused.
 bool commit(AUDIOSIGNAL signal, std::vector<SpanList> channels, const AUDIO_FORMAT *format = nullptr);
 
+// A new signal: a duplicate of `signal` (label, regions, metadata) made
+// writable, holding `channels` (and `format` when not null). Null, with
+// AUDIO_ERROR_OUT_OF_MEMORY in *error, when it cannot be made.
+AUDIOSIGNAL duplicateWith(AUDIOSIGNAL signal, std::vector<SpanList> channels, const AUDIO_FORMAT *format,
+                          uint32_t *error);
+
 // The shape of the sample transforms: validates the signal and the range,
 // calls `edit(list, channel, begin, end)` for each active channel (it
 // returns whether it changed the list) and swaps the new lists in. True

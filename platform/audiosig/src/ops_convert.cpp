@@ -280,17 +280,8 @@ AUDIO_API AUDIOSIGNAL AUDIOSIGNAL_ConvertFormat(AUDIOSIGNAL signal, const AUDIO_
         ops::setError(error, failed);
         return nullptr;
     }
-    AUDIOSIGNAL result = AUDIOSIGNAL_DuplicateEx(signal, 0);
-    if (result == nullptr) {
-        ops::setError(error, AUDIO_ERROR_OUT_OF_MEMORY);
-        return nullptr;
-    }
-    AUDIOSIGNAL_SetReadOnly(result, false);
-    if (!ops::commit(result, std::move(converted), target)) {
-        AUDIOSIGNAL_Destroy(result);
-        ops::setError(error, AUDIO_ERROR_OUT_OF_MEMORY);
-        return nullptr;
-    }
+    AUDIOSIGNAL result = ops::duplicateWith(signal, std::move(converted), target, error);
+    if (result == nullptr) return nullptr;
     ops::setError(error, AUDIO_ERROR_NONE);
     return result;
 }

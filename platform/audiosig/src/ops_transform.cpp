@@ -632,19 +632,16 @@ AUDIO_API AUDIOSIGNAL AUDIOSIGNAL_ApplyTransformEx2(AUDIOSIGNAL signal, const ch
         }
     }
 
-    AUDIOSIGNAL result = AUDIOSIGNAL_DuplicateEx(signal, 0);
-    if (result == nullptr) {
-        ops::setError(error, AUDIO_ERROR_OUT_OF_MEMORY);
-        return nullptr;
-    }
-    AUDIOSIGNAL_SetReadOnly(result, false);
+    AUDIOSIGNAL result;
     if (state.changed) {
-        if (!ops::commit(result, std::move(state.channels), &state.format)) {
-            AUDIOSIGNAL_Destroy(result);
-            ops::setError(error, AUDIO_ERROR_OUT_OF_MEMORY);
-            return nullptr;
-        }
+        result = ops::duplicateWith(signal, std::move(state.channels), &state.format, error);
+    } else {
+        // "NOCHANGES" and the like: a writable duplicate of the signal.
+        result = AUDIOSIGNAL_DuplicateEx(signal, 0);
+        if (result == nullptr) ops::setError(error, AUDIO_ERROR_OUT_OF_MEMORY);
+        else AUDIOSIGNAL_SetReadOnly(result, false);
     }
+    if (result == nullptr) return nullptr;
     if (timeFactor != nullptr) {
         const int64_t newFrames = AUDIOSIGNAL_NumFrames(result);
         *timeFactor = oldFrames > 0 ? static_cast<double>(newFrames) / static_cast<double>(oldFrames) : 1.0;

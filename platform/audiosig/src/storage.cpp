@@ -581,7 +581,8 @@ void SpanList::append(const SpanList &other)
     insert(m_frames, other);
 }
 
-void SpanList::forEach(int64_t from, int64_t to, const std::function<void(const Span &)> &visit) const
+template <typename Visit>
+void SpanList::walk(int64_t from, int64_t to, Visit &&visit) const
 {
     from = std::max<int64_t>(0, from);
     to = std::min(to, m_frames);
@@ -596,13 +597,20 @@ void SpanList::forEach(int64_t from, int64_t to, const std::function<void(const 
                 const int64_t spanEnd = spanStart + span.frames;
                 if (spanEnd > from) {
                     const int64_t a = std::max(from, spanStart), b = std::min(to, spanEnd);
-                    visit(Span{span.block, span.offset + (a - spanStart), b - a});
+                    visit(span, span.offset + (a - spanStart), b - a);
                     if (spanEnd >= to) return;
                 }
                 spanStart = spanEnd;
             }
         }
     }
+}
+
+void SpanList::forEach(int64_t from, int64_t to, const std::function<void(const Span &)> &visit) const
+{
+    walk(from, to, [&](const Span &span, int64_t offset, int64_t frames) {
+        visit(Span{span.block, offset, frames});
+    });
 }
 
 void SpanList::replace(int64_t from, int64_t to, const SpanList &other)
@@ -732,29 +740,12 @@ float SpanList::sample(int64_t frame) const
 
 Stats SpanList::stats(int64_t from, int64_t count) const
 {
-    // The display's hot path: walks the spans directly rather than through
-    // forEach, whose callback costs more than the work for short columns.
+    // The display's hot path: the walker is inlined here, where forEach's
+    // callback would cost more than the work for short columns.
     Stats s;
-    from = std::max<int64_t>(0, from);
-    const int64_t to = std::min(from + count, m_frames);
-    if (from >= to) return s;
-    const Place place = locate(from);
-    int64_t spanStart = place.chunkStart;
-    size_t c = place.chunk;
-    for (size_t p = place.page; p < m_pages.size(); ++p, c = 0) {
-        const Page &page = *m_pages[p];
-        for (; c < page.chunks.size(); ++c) {
-            for (const Span &span : page.chunks[c]->spans) {
-                const int64_t spanEnd = spanStart + span.frames;
-                if (spanEnd > from) {
-                    const int64_t a = std::max(from, spanStart), b = std::min(to, spanEnd);
-                    s.merge(span.block->stats(span.offset + (a - spanStart), b - a));
-                    if (spanEnd >= to) return s;
-                }
-                spanStart = spanEnd;
-            }
-        }
-    }
+    walk(from, from + count, [&s](const Span &span, int64_t offset, int64_t frames) {
+        s.merge(span.block->stats(offset, frames));
+    });
     return s;
 }
 

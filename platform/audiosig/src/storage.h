@@ -217,6 +217,10 @@ private:
     };
     // The page and chunk holding `frame` (the first ones for an empty list).
     Place locate(int64_t frame) const;
+    // Calls visit(span, offset, frames) for each piece of a span inside
+    // [from, to), clipped, in order.
+    template <typename Visit>
+    void walk(int64_t from, int64_t to, Visit &&visit) const;
     void setPages(std::vector<PageRef> pages);
 
     std::vector<PageRef> m_pages;

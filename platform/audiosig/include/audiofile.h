@@ -92,8 +92,9 @@ AUDIO_API bool AUDIO_GetExtraFormat(const AUDIO_FORMAT *format, char *buffer, si
 
 /* Flags of AUDIOSIGNAL_OpenEx; other bits are ignored. Without MAP or
 ** NO_MAP, uncompressed PCM files of AUDIO_OPEN_MAP_THRESHOLD bytes or more
-** are mapped. READ_TAGS asks for the file's text tags; the signal does not
-** carry tags yet, so today it changes nothing. */
+** are mapped. READ_TAGS reads the file's tags and artwork into the
+** signal's metadata (audiometadata.h); a file whose tags cannot be read
+** opens without them. */
 #define AUDIO_OPEN_READ_TAGS 0x2 /* read text tags */
 #define AUDIO_OPEN_PROGRESS 0x4  /* send READ_STARTED/PROGRESS/FINISHED or CANCELLED */
 #define AUDIO_OPEN_MAP 0x100     /* map uncompressed PCM whatever its size */
@@ -143,7 +144,9 @@ AUDIO_API bool AUDIOSIGNAL_ProbeFileEx(const char *name, const char *format, AUD
 ** format when writable, else the one of the name's extension. Without
 ** "bits" the signal's own width is kept when the format holds it. A rate or
 ** channel count ("sr", "nc", or FMTCONV=[..]) other than the signal's
-** converts first. WAV beyond 4 GiB is written as RF64.
+** converts first. WAV beyond 4 GiB is written as RF64. The signal's tags
+** go into formats that hold them (AUDIO_CAP_TAGS); one that cannot be
+** written fails the save (AUDIO_ERROR_METADATA).
 ** The file is written beside the target under a temporary name, flushed to
 ** disk and renamed over the target, so a failure (false, *error set:
 ** CANNOT_WRITE, DISK_FULL, CANCELLED ...) leaves any old file as it was.
@@ -156,10 +159,14 @@ AUDIO_API bool AUDIOSIGNAL_SaveEx(AUDIOSIGNAL signal, const char *name, const ch
                                   uint32_t *error);
 
 /* Brings the tags of the signal's file up to date without rewriting its
-** audio. The signal carries no tags yet, so this checks only that the file
-** exists and is of `format` ("AUTO" accepts any readable format) and that
-** the signal has no unsaved audio change, and then has nothing to write:
-** true. False for null arguments or when a check fails. */
+** audio: the file must exist and be of `format` ("AUTO" accepts any
+** readable format) and the signal must have no unsaved audio change. The
+** file is copied beside itself, the copy gets the signal's tags (none:
+** the file's tags are removed), is checked to hold the same audio, flushed
+** and renamed over the file; the metadata change is then no longer
+** pending and the file stamp and size are the new file's. A format that
+** holds no tags has nothing to write: true. False for null arguments, a
+** failed check or a failed write, which leaves the file as it was. */
 AUDIO_API bool AUDIOSIGNAL_UpdateMetadata(AUDIOSIGNAL signal, const char *name, const char *format);
 
 /* ---- pipes ------------------------------------------------------------- */

@@ -59,8 +59,10 @@ AUDIO_EXTERN_C_BEGIN
 ** removed frames (weights (i + 1) / (n + 1)), so the audio runs on smoothly
 ** into the frames after the cut. Not done when the cut touches either end.
 ** The clipboard always gets the removed audio unsmoothed.
-** AUDIOSIGNAL_EDIT_REGIONS: the regions of the cut range move to the
-** clipboard with it; signals carry no regions yet, so it changes nothing. */
+** Regions after the cut move left, regions across it shrink, regions
+** inside it are marked deleted (the rule is written in region_edit.cpp).
+** AUDIOSIGNAL_EDIT_REGIONS: copies of the regions of the cut range (and of
+** the parts of regions across it) go to the clipboard with the audio. */
 AUDIO_API AUDIOSIGNAL AUDIOSIGNAL_CutEx(AUDIOSIGNAL signal, AUDIOSIGNAL clipboard, uint32_t options, int64_t begin,
                                         int64_t end, double smoothSeconds);
 
@@ -71,8 +73,9 @@ AUDIO_API bool AUDIOSIGNAL_ClearEx(AUDIOSIGNAL signal, uint32_t options, int64_t
                                    double smoothSeconds);
 
 /* A new signal (one reference, no file tag) holding [begin, end) of all
-** channels, sharing the samples: costs O(blocks). Read-only signals may be
-** copied. Null for a bad range. */
+** channels, sharing the samples: costs O(blocks). Regions stay with the
+** signal, as they do for a cut without AUDIOSIGNAL_EDIT_REGIONS. Read-only
+** signals may be copied. Null for a bad range. */
 AUDIO_API AUDIOSIGNAL AUDIOSIGNAL_CopyEx(AUDIOSIGNAL signal, int64_t begin, int64_t end);
 
 /* Replaces [begin, end) of `target` by `source` (begin = end inserts;

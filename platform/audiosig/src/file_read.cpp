@@ -2,6 +2,8 @@
 // libsndfile into native blocks, mapping of uncompressed PCM, link files,
 // and probing headers.
 #include "file_p.h"
+#include "metadata_p.h"
+#include "region_p.h"
 #include "signal_p.h"
 
 #include <blinifile.h>
@@ -643,6 +645,10 @@ AUDIOSIGNAL openAny(const OpenRequest &request, uint32_t &error)
     }
     if (decoded.truncated) error |= AUDIO_ERROR_CORRUPT_DATA;
     AUDIOSIGNAL_SetSignalLabel(signal, request.path);
+    // Regions too are what the file holds: read before MarkSaved.
+    asig::readAudioFileRegions(signal, source.fd.get(), header.tag, header.format.sampleRate);
+    // Before MarkSaved: the tags are what the file holds, not a change.
+    if ((request.flags & AUDIO_OPEN_READ_TAGS) != 0) readFileMetadata(signal, source.fd.get(), header.tag);
     AUDIOSIGNAL_MarkSaved(signal, stampOf(source.info), fileSize);
     if (progress) progress->finish(false);
     return signal;

@@ -3,6 +3,8 @@
 // target, and putting it in place by renaming, so that a failed save never
 // touches the file that was there. Also the in-place metadata update.
 #include "file_p.h"
+#include "metadata_p.h"
+#include "region_p.h"
 #include "signal_p.h"
 
 #include "audioops.h"
@@ -525,6 +527,23 @@ bool convertFor(AUDIOSIGNAL signal, const WritePlan &plan, Snapshot &snapshot, u
     return true;
 }
 
+// Writes `fields` as the tags of the file at `path`, opened again for
+// reading and writing (TagLib reads the file it changes).
+bool writeTagsInto(const std::string &path, int16_t tag, const asig::FieldTable &fields, uint32_t &error)
+{
+    const int fd = ::open(path.c_str(), O_RDWR | O_CLOEXEC);
+    if (fd < 0) {
+        error |= errorOfErrno(errno, true);
+        return false;
+    }
+    const bool written = asig::writeFileTags(fd, tag, fields, error);
+    if (::close(fd) != 0 && written) {
+        error |= errorOfErrno(errno, true);
+        return false;
+    }
+    return written;
+}
+
 bool save(AUDIOSIGNAL signal, const char *name, const char *formatText, uint32_t flags, uint32_t &error)
 {
     FormatRequest request;
@@ -577,6 +596,21 @@ bool save(AUDIOSIGNAL signal, const char *name, const char *formatText, uint32_t
         progress.finish(true);
         return false;
     }
+    // The tags go into the temporary file as well, so that the rename puts
+    // audio and tags in place together; a tag that cannot be written fails
+    // the save rather than losing it unseen.
+    const asig::FieldTable tags = asig::metadataFields(signal, nullptr);
+    if (!tags.empty() && asig::formatHoldsTags(plan.tag) && !writeTagsInto(temporary.path(), plan.tag, tags, error)) {
+        progress.finish(true);
+        return false;
+    }
+    // Regions (WAV cue, label and loop chunks) are appended last, after
+    // every chunk the writers above put there.
+    if (!asig::writeAudioFileRegions(signal, temporary.fd(), plan.tag, plan.target.sampleRate)) {
+        error |= errorOfErrno(errno, true);
+        progress.finish(true);
+        return false;
+    }
     if (!temporary.finish(error) || !replaceTarget(temporary, target, (flags & AUDIO_SAVE_KEEP_BACKUP) != 0, error)) {
         progress.finish(true);
         return false;
@@ -613,6 +647,126 @@ bool fileIsOfFormat(const char *name, const char *formatText)
            (request.entry->tag == AUDIO_FORMATTAG_RF64 && found.formatTag == AUDIO_FORMATTAG_WAV);
 }
 
+// ---- rewriting the tags of a file --------------------------------------------------
+
+// Copies the `size` bytes of `from` into `to` at the same offsets: in the
+// kernel where the file system allows it, else through a buffer.
+bool copyContents(int from, int to, int64_t size, uint32_t &error)
+{
+    bool inKernel = true;
+    std::vector<char> buffer;
+    int64_t done = 0;
+    while (done < size) {
+        ssize_t n = 0;
+        if (inKernel) {
+            loff_t in = done;
+            loff_t out = done;
+            n = ::copy_file_range(from, &in, to, &out, size_t(size - done), 0);
+            if (n < 0 && (errno == EXDEV || errno == ENOSYS || errno == EOPNOTSUPP || errno == EINVAL)) {
+                inKernel = false;
+                continue;
+            }
+        } else {
+            if (buffer.empty()) buffer.resize(size_t(1) << 20);
+            n = ::pread(from, buffer.data(), size_t(std::min<int64_t>(int64_t(buffer.size()), size - done)), off_t(done));
+            for (ssize_t put = 0; n > 0 && put < n;) {
+                const ssize_t w = ::pwrite(to, buffer.data() + put, size_t(n - put), off_t(done + put));
+                if (w < 0 && errno == EINTR) continue;
+                if (w <= 0) {
+                    error |= errorOfErrno(w < 0 ? errno : ENOSPC, true);
+                    return false;
+                }
+                put += w;
+            }
+        }
+        if (n < 0 && errno == EINTR) continue;
+        if (n < 0) {
+            error |= errorOfErrno(errno, true);
+            return false;
+        }
+        if (n == 0) {
+            // The file shrank while it was copied: someone else writes it.
+            error |= AUDIO_ERROR_CANNOT_WRITE;
+            return false;
+        }
+        done += n;
+    }
+    return true;
+}
+
+// The tags of the signal reached its file: the metadata change is no longer
+// pending unless the signal changed since `stamp`, and the file's stamp and
+// size are the new file's.
+void markTagsSaved(AUDIOSIGNAL signal, uint64_t stamp, const std::string &name)
+{
+    struct stat written {};
+    const bool known = ::stat(name.c_str(), &written) == 0;
+    std::unique_lock lock(signal->m_mutex);
+    if (known) {
+        signal->m_time[AUDIOSIGNAL_STAMP_FILE] = stampOf(written);
+        signal->m_sizeOnDisk = int64_t(written.st_size);
+    }
+    if (signal->m_time[AUDIOSIGNAL_STAMP_CONTENT] != stamp) return;
+    signal->m_pendingChanges &= ~uint32_t(AUDIOSIGNAL_CHANGE_METADATA);
+    if (signal->m_pendingChanges == 0) signal->m_time[AUDIOSIGNAL_STAMP_SAVED] = stamp;
+}
+
+bool sameAudio(const AUDIO_FORMAT &a, int64_t aFrames, const AUDIO_FORMAT &b, int64_t bFrames)
+{
+    return a.formatTag == b.formatTag && a.sampleRate == b.sampleRate && a.numChannels == b.numChannels &&
+           a.bitsPerSample == b.bitsPerSample && a.sampleKind == b.sampleKind && aFrames == bFrames;
+}
+
+// Rewrites only the tags of the signal's file: the file is copied beside
+// itself, the copy gets the tags, is checked to hold the same audio,
+// reaches the disk and is renamed over the file. Any failure leaves the
+// file as it was.
+bool rewriteTags(AUDIOSIGNAL signal, const char *name, const char *formatText, uint32_t &error)
+{
+    if (AUDIOSIGNAL_HasChangesEx(signal, AUDIOSIGNAL_CHANGE_AUDIO) || !fileIsOfFormat(name, formatText)) return false;
+    AUDIO_FORMAT before{};
+    int64_t framesBefore = 0;
+    if (!AUDIOSIGNAL_ProbeFileEx(name, formatText, &before, &framesBefore, &error)) return false;
+    uint64_t stamp = 0;
+    const asig::FieldTable fields = asig::metadataFields(signal, &stamp);
+    const std::string target(name);
+    if (!asig::formatHoldsTags(before.formatTag)) {
+        // Nothing of the tags can go into such a file: it is as up to date
+        // as it can be.
+        markTagsSaved(signal, stamp, target);
+        return true;
+    }
+
+    const int source = ::open(name, O_RDONLY | O_CLOEXEC);
+    if (source < 0) {
+        error |= errorOfErrno(errno, false);
+        return false;
+    }
+    struct stat info {};
+    TemporaryFile temporary;
+    const bool copied = ::fstat(source, &info) == 0 && S_ISREG(info.st_mode) && temporary.create(target, error) &&
+                        copyContents(source, temporary.fd(), int64_t(info.st_size), error);
+    ::close(source);
+    if (!copied) {
+        error |= AUDIO_ERROR_CANNOT_WRITE;
+        return false;
+    }
+    if (!writeTagsInto(temporary.path(), before.formatTag, fields, error)) return false;
+    // TagLib moved the audio to make room: the copy must read as the same
+    // audio before it may replace the file.
+    AUDIO_FORMAT after{};
+    int64_t framesAfter = 0;
+    uint32_t probeError = 0;
+    if (!AUDIOSIGNAL_ProbeFileEx(temporary.path().c_str(), "AUTO", &after, &framesAfter, &probeError) ||
+        !sameAudio(before, framesBefore, after, framesAfter)) {
+        error |= AUDIO_ERROR_METADATA;
+        return false;
+    }
+    if (!temporary.finish(error) || !replaceTarget(temporary, target, false, error)) return false;
+    markTagsSaved(signal, stamp, target);
+    return true;
+}
+
 } // namespace
 
 } // namespace asig::file
@@ -642,9 +796,9 @@ AUDIO_API bool AUDIOSIGNAL_SaveEx(AUDIOSIGNAL signal, const char *name, const ch
 AUDIO_API bool AUDIOSIGNAL_UpdateMetadata(AUDIOSIGNAL signal, const char *name, const char *format)
 {
     if (signal == nullptr || name == nullptr || format == nullptr) return false;
+    uint32_t error = AUDIO_ERROR_NONE;
     try {
-        if (AUDIOSIGNAL_HasChangesEx(signal, AUDIOSIGNAL_CHANGE_AUDIO)) return false;
-        return fileIsOfFormat(name, format);
+        return rewriteTags(signal, name, format, error);
     } catch (const std::bad_alloc &) {
         return false;
     }

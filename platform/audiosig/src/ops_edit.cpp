@@ -3,6 +3,7 @@
 #include "audioops.h"
 #include "ops_common.h"
 #include "ops_convert.h"
+#include "region_p.h"
 
 #include <algorithm>
 #include <cstdint>
@@ -84,6 +85,19 @@ uint32_t planRemoval(AUDIOSIGNAL signal, uint32_t options, int64_t begin, int64_
     return AUDIO_ERROR_NONE;
 }
 
+// Regions follow the removal of `frames` frames from `begin` (the rule is in
+// region_edit.cpp); with AUDIOSIGNAL_EDIT_REGIONS those of the range go to
+// `clipboard`, placed from its frame `offset` on.
+void followRemoval(AUDIOSIGNAL signal, AUDIOSIGNAL clipboard, uint32_t options, int64_t begin, int64_t frames,
+                   int64_t offset)
+{
+    if (frames <= 0) return;
+    const AUDIO_FORMAT format = AUDIOSIGNAL_GetFormat(signal);
+    AUDIOSIGNAL target = (options & AUDIOSIGNAL_EDIT_REGIONS) != 0 ? clipboard : nullptr;
+    asig::removeRangeRegions(signal, AUDIO_Sample2Time(&format, begin), AUDIO_Sample2Time(&format, begin + frames),
+                             target, AUDIO_Sample2Time(&format, offset));
+}
+
 // The format of a signal made from part of `signal`: the same samples, no
 // file of its own.
 AUDIO_FORMAT clipFormat(AUDIOSIGNAL signal)
@@ -113,8 +127,7 @@ AUDIO_API AUDIOSIGNAL AUDIOSIGNAL_CutEx(AUDIOSIGNAL signal, AUDIOSIGNAL clipboar
     Removal plan;
     if (planRemoval(signal, options, begin, end, smoothSeconds, plan) != AUDIO_ERROR_NONE) return nullptr;
 
-    // Regions (AUDIOSIGNAL_EDIT_REGIONS) would move with the audio here;
-    // signals carry none yet.
+    const int64_t removedFrames = plan.removed.empty() ? 0 : plan.removed.front().frames();
     if (clipboard == nullptr) {
         AUDIOSIGNAL removed = _AUDIOSIGNAL_Create(clipFormat(signal), std::move(plan.removed));
         if (removed == nullptr) return nullptr;
@@ -122,9 +135,11 @@ AUDIO_API AUDIOSIGNAL AUDIOSIGNAL_CutEx(AUDIOSIGNAL signal, AUDIOSIGNAL clipboar
             AUDIOSIGNAL_Destroy(removed);
             return nullptr;
         }
+        followRemoval(signal, removed, options, begin, removedFrames, 0);
         return removed;
     }
     if (!plan.changes) return clipboard;
+    const int64_t clipboardFrames = gathered.empty() ? 0 : gathered.front().frames();
     for (size_t c = 0; c < gathered.size() && c < plan.removed.size(); ++c) gathered[c].append(plan.removed[c]);
     const std::vector<SpanList> before = _AUDIOSIGNAL_Channels(signal);
     if (!ops::commit(signal, std::move(plan.kept))) return nullptr;
@@ -133,6 +148,7 @@ AUDIO_API AUDIOSIGNAL AUDIOSIGNAL_CutEx(AUDIOSIGNAL signal, AUDIOSIGNAL clipboar
         ops::commit(signal, before);
         return nullptr;
     }
+    followRemoval(signal, clipboard, options, begin, removedFrames, clipboardFrames);
     return clipboard;
 }
 
@@ -142,7 +158,10 @@ AUDIO_API bool AUDIOSIGNAL_ClearEx(AUDIOSIGNAL signal, uint32_t options, int64_t
     Removal plan;
     if (planRemoval(signal, options, begin, end, smoothSeconds, plan) != AUDIO_ERROR_NONE) return false;
     if (!plan.changes) return true;
-    return ops::commit(signal, std::move(plan.kept));
+    const int64_t removedFrames = plan.removed.front().frames();
+    if (!ops::commit(signal, std::move(plan.kept))) return false;
+    followRemoval(signal, nullptr, 0, begin, removedFrames, 0);
+    return true;
 }
 
 AUDIO_API AUDIOSIGNAL AUDIOSIGNAL_CopyEx(AUDIOSIGNAL signal, int64_t begin, int64_t end)
@@ -202,12 +221,19 @@ AUDIO_API bool AUDIOSIGNAL_PasteEx2(AUDIOSIGNAL target, AUDIOSIGNAL source, uint
     }
 
     const int64_t length = inserted.front().frames();
+    // Taken before the target changes: the source may be the target.
+    const asig::RegionSnapshot pastedRegions = asig::snapshotRegions(source);
     if (length > 0 || end > begin) {
         for (size_t c = 0; c < channels.size(); ++c) channels[c].replace(begin, end, inserted[c]);
         if (!ops::commit(target, std::move(channels))) {
             ops::setError(error, AUDIO_ERROR_READ_ONLY);
             return false;
         }
+        // Regions follow (region_edit.cpp): the replaced range goes, the
+        // pasted audio pushes the rest right and brings its regions.
+        followRemoval(target, nullptr, 0, begin, end - begin, 0);
+        asig::insertRangeRegions(target, AUDIO_Sample2Time(&format, begin), AUDIO_Sample2Time(&format, length),
+                                 pastedRegions);
     }
     if (pasted != nullptr) *pasted = length;
     return true;

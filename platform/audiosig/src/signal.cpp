@@ -214,10 +214,12 @@ AUDIOSIGNAL AUDIOSIGNAL_DuplicateEx(AUDIOSIGNAL signal, uint32_t flags)
         copy->m_sizeOnDisk = signal->m_sizeOnDisk;
         copy->m_readOnly = signal->m_readOnly;
         copy->m_label = signal->m_label;
-        // Regions and metadata are shared until a change replaces them: the
-        // modules that own them never change a shared one in place.
-        if ((flags & AUDIOSIGNAL_DUPLICATE_NO_REGIONS) == 0) copy->m_regions = signal->m_regions;
-        if ((flags & AUDIOSIGNAL_DUPLICATE_NO_METADATA) == 0) copy->m_metadata = signal->m_metadata;
+        // Regions and tags are handles the engine keeps and edits in place,
+        // so the duplicate gets region and metadata objects of its own.
+        if ((flags & AUDIOSIGNAL_DUPLICATE_NO_REGIONS) == 0)
+            copy->m_regions = asig::copyRegionData(signal->m_regions.get(), copy);
+        if ((flags & AUDIOSIGNAL_DUPLICATE_NO_METADATA) == 0)
+            copy->m_metadata = asig::copyMetadataData(signal->m_metadata.get(), copy);
         return copy;
     } catch (const std::bad_alloc &) {
         return nullptr;

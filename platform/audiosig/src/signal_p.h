@@ -22,6 +22,17 @@ namespace asig {
 struct RegionData;
 struct MetadataData;
 
+// A deep copy of a signal's region data for its duplicate `owner`: the
+// regions keep their identities, no region object is shared (region.cpp).
+// Null for null data or when out of memory.
+std::shared_ptr<RegionData> copyRegionData(const RegionData *data, AUDIOSIGNAL owner);
+
+// A copy of a signal's metadata object for its duplicate `owner`: the tags
+// are edited in place through the object's handle, so no two signals share
+// one (values and artwork bytes are shared, they never change in place;
+// metadata.cpp). Null for null data; throws std::bad_alloc.
+std::shared_ptr<MetadataData> copyMetadataData(const MetadataData *data, AUDIOSIGNAL owner);
+
 // A new content stamp: one process-wide counter, so stamps of different
 // signals are ordered too.
 uint64_t nextStamp();

@@ -6,6 +6,7 @@
 #include "region_p.h"
 
 #include <audiofile.h>
+#include <audiometadata.h>
 #include <audioregion.h>
 
 #include <gtest/gtest.h>
@@ -338,4 +339,53 @@ TEST(AudioRegionFiles, DamagedRegionChunksStillOpenTheAudio)
     ASSERT_NE(back, nullptr);
     EXPECT_EQ(AUDIOSIGNAL_NumFrames(back.get()), kRate);
     EXPECT_EQ(AUDIOSIGNAL_CountRegions(back.get(), -1, AUDIOREGION_SEARCH_DELETED), 0);
+}
+
+TEST(AudioRegionFiles, FlacAndOggKeepRegionsAsComments)
+{
+    TempFolder folder;
+    for (const char *format : {"FLAC", "OGG"}) {
+        const std::string path = folder.file(std::string("regions.") + (format[0] == 'F' ? "flac" : "ogg"));
+        Signal signal = silentSignal(4 * kRate);
+        AUDIOREGION made[1] = {};
+        ASSERT_EQ(AUDIOSIGNAL_CreateRegionsOnTrack(signal.get(), 0, 0.5, 0.5, "undef", "Marker A",
+                                                   "tab\there, line\nthere, back\\slash", 0, made, 1),
+                  1);
+        ASSERT_EQ(AUDIOSIGNAL_CreateRegionsOnTrack(signal.get(), 0, 1.0, 1.5, "undef", "Verse", nullptr, 0, made, 1),
+                  1);
+        ASSERT_EQ(AUDIOSIGNAL_CreateRegionsOnTrack(signal.get(), 0, 2.0, 3.0, "loop", "Loop", nullptr, 0, made, 1), 1);
+        uint32_t error = 0;
+        ASSERT_TRUE(AUDIOSIGNAL_SaveEx(signal.get(), path.c_str(), format, 0, &error)) << format << " " << error;
+
+        // Without the tags asked for, the regions come back all the same.
+        Signal back(AUDIOSIGNAL_OpenEx(path.c_str(), "AUTO", 0, nullptr, nullptr, &error));
+        ASSERT_NE(back, nullptr) << format << " " << error;
+        EXPECT_FALSE(AUDIOSIGNAL_HasChangesEx(back.get(), AUDIOSIGNAL_CHANGE_REGIONS));
+        expectSame(regionsOf(back.get(), 0), {{0.5, 0.5, "Marker A"}, {1.0, 1.5, "Verse"}, {2.0, 3.0, "Loop"}}, 0.0);
+        EXPECT_TRUE(AUDIOREGION_IsMarker(AUDIOSIGNAL_FindFirstRegion(back.get(), 0, 0)));
+        EXPECT_STREQ(AUDIOREGION_GetComment(AUDIOSIGNAL_FindFirstRegion(back.get(), 0, 0)),
+                     "tab\there, line\nthere, back\\slash");
+        EXPECT_TRUE(AUDIOREGION_IsLoop(AUDIOSIGNAL_FindLastRegion(back.get(), 0, 0)));
+        // And they are no tags of the file.
+        Signal tagged(AUDIOSIGNAL_OpenEx(path.c_str(), "AUTO", AUDIO_OPEN_READ_TAGS, nullptr, nullptr, &error));
+        ASSERT_NE(tagged, nullptr);
+        EXPECT_EQ(AUDIOSIGNAL_Metadata(tagged.get()), nullptr) << format;
+    }
+}
+
+TEST(AudioRegionFiles, RegionCommentsRefuseMalformedTexts)
+{
+    asig::PlainRegion region;
+    region.kind = AUDIOREGION_KIND_LOOP;
+    region.begin = 0.1;
+    region.end = 1.0 / 3.0;
+    region.label = "a\\b";
+    asig::PlainRegion back;
+    ASSERT_TRUE(asig::decodeCommentRegion(asig::encodeCommentRegion(region), back));
+    EXPECT_EQ(back.begin, region.begin);  // shortest text that reads back exactly
+    EXPECT_EQ(back.end, region.end);
+    EXPECT_EQ(back.label, "a\\b");
+    for (const char *bad : {"", "1\t2\tregion\tx", "1\t2\tregion\tx\ty\tz", "2\t1\tregion\t\t", "1\t2\tsong\t\t",
+                            "-1\t2\tregion\t\t", "1\tnan\tregion\t\t", "1\t2\tregion\tbad\\q\t"})
+        EXPECT_FALSE(asig::decodeCommentRegion(bad, back)) << bad;
 }

@@ -26,8 +26,9 @@ constexpr uint32_t kPcmWidths = AUDIO_CAP_FLOAT | AUDIO_CAP_INT24 | AUDIO_CAP_IN
 // TAGS and ARTWORK are what TagLib writes (metadata_file.cpp): ID3v2 in
 // WAV, AIFF and MP3, Vorbis comments and pictures in FLAC and Ogg. RF64
 // holds none: TagLib would rewrite its 64-bit sizes as 32-bit ones.
-// REGIONS, MARKERS and LOOPS are what the cue, label and sampler chunks
-// hold (region_wav.cpp), which only WAV files get.
+// REGIONS, MARKERS and LOOPS: WAV files keep them in cue, label and
+// sampler chunks (region_wav.cpp), FLAC and Ogg files as "REGION" comments
+// beside the tags (region_files.cpp).
 const FormatEntry kFormats[] = {
     {"WAV", "Microsoft WAVE", "wav;wave", AUDIO_FORMATTAG_WAV, 16,
      kPcmWidths | AUDIO_CAP_TAGS | AUDIO_CAP_ARTWORK | AUDIO_CAP_REGIONS | AUDIO_CAP_MARKERS | AUDIO_CAP_LOOPS |
@@ -40,11 +41,11 @@ const FormatEntry kFormats[] = {
      kPcmWidths | AUDIO_CAP_TAGS | AUDIO_CAP_ARTWORK | AUDIO_CAP_MULTICHANNEL,
      SF_FORMAT_AIFF},
     {"FLAC", "Free Lossless Audio Codec", "flac", AUDIO_FORMATTAG_FLAC, 16,
-     AUDIO_CAP_INT24 | AUDIO_CAP_TAGS | AUDIO_CAP_ARTWORK | AUDIO_CAP_MULTICHANNEL, SF_FORMAT_FLAC},
+     AUDIO_CAP_INT24 | AUDIO_CAP_REGIONS | AUDIO_CAP_MARKERS | AUDIO_CAP_LOOPS | AUDIO_CAP_TAGS | AUDIO_CAP_ARTWORK | AUDIO_CAP_MULTICHANNEL, SF_FORMAT_FLAC},
     {"OGG", "Ogg Vorbis", "ogg;oga", AUDIO_FORMATTAG_OGG, 0,
-     AUDIO_CAP_LOSSY | AUDIO_CAP_TAGS | AUDIO_CAP_ARTWORK | AUDIO_CAP_MULTICHANNEL, SF_FORMAT_OGG},
+     AUDIO_CAP_LOSSY | AUDIO_CAP_REGIONS | AUDIO_CAP_MARKERS | AUDIO_CAP_LOOPS | AUDIO_CAP_TAGS | AUDIO_CAP_ARTWORK | AUDIO_CAP_MULTICHANNEL, SF_FORMAT_OGG},
     {"OPUS", "Ogg Opus", "opus", AUDIO_FORMATTAG_OPUS, 0,
-     AUDIO_CAP_LOSSY | AUDIO_CAP_TAGS | AUDIO_CAP_ARTWORK | AUDIO_CAP_MULTICHANNEL, SF_FORMAT_OGG},
+     AUDIO_CAP_LOSSY | AUDIO_CAP_REGIONS | AUDIO_CAP_MARKERS | AUDIO_CAP_LOOPS | AUDIO_CAP_TAGS | AUDIO_CAP_ARTWORK | AUDIO_CAP_MULTICHANNEL, SF_FORMAT_OGG},
     {"MP3", "MPEG-1/2 Audio Layer III", "mp3", AUDIO_FORMATTAG_MP3, 0,
      AUDIO_CAP_LOSSY | AUDIO_CAP_TAGS | AUDIO_CAP_ARTWORK, SF_FORMAT_MPEG},
     {"RAW", "Headerless samples", "raw;pcm", AUDIO_FORMATTAG_RAW, 16,

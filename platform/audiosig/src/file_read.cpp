@@ -648,7 +648,10 @@ AUDIOSIGNAL openAny(const OpenRequest &request, uint32_t &error)
     // Regions too are what the file holds: read before MarkSaved.
     asig::readAudioFileRegions(signal, source.fd.get(), header.tag, header.format.sampleRate);
     // Before MarkSaved: the tags are what the file holds, not a change.
-    if ((request.flags & AUDIO_OPEN_READ_TAGS) != 0) readFileMetadata(signal, source.fd.get(), header.tag);
+    // Regions kept as comments come with the tags' reader, and are read as
+    // WAV regions are: whether or not the tags are asked for.
+    const bool tags = (request.flags & AUDIO_OPEN_READ_TAGS) != 0;
+    if (tags || asig::keepsCommentRegions(header.tag)) readFileMetadata(signal, source.fd.get(), header.tag, tags);
     AUDIOSIGNAL_MarkSaved(signal, stampOf(source.info), fileSize);
     if (progress) progress->finish(false);
     return signal;

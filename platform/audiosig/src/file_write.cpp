@@ -599,8 +599,10 @@ bool save(AUDIOSIGNAL signal, const char *name, const char *formatText, uint32_t
     // The tags go into the temporary file as well, so that the rename puts
     // audio and tags in place together; a tag that cannot be written fails
     // the save rather than losing it unseen.
-    const asig::FieldTable tags = asig::metadataFields(signal, nullptr);
-    if (!tags.empty() && asig::formatHoldsTags(plan.tag) && !writeTagsInto(temporary.path(), plan.tag, tags, error)) {
+    asig::FieldTable tags = asig::metadataFields(signal, nullptr);
+    tags.regions = asig::commentRegions(signal, plan.tag);
+    if ((!tags.empty() || !tags.regions.empty()) && asig::formatHoldsTags(plan.tag) &&
+        !writeTagsInto(temporary.path(), plan.tag, tags, error)) {
         progress.finish(true);
         return false;
     }
@@ -728,7 +730,8 @@ bool rewriteTags(AUDIOSIGNAL signal, const char *name, const char *formatText, u
     int64_t framesBefore = 0;
     if (!AUDIOSIGNAL_ProbeFileEx(name, formatText, &before, &framesBefore, &error)) return false;
     uint64_t stamp = 0;
-    const asig::FieldTable fields = asig::metadataFields(signal, &stamp);
+    asig::FieldTable fields = asig::metadataFields(signal, &stamp);
+    fields.regions = asig::commentRegions(signal, before.formatTag);
     const std::string target(name);
     if (!asig::formatHoldsTags(before.formatTag)) {
         // Nothing of the tags can go into such a file: it is as up to date

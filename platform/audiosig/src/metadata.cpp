@@ -2,6 +2,7 @@
 // binary forms, and the signal's hold on its object (create, replace,
 // remove, the copy a duplicate gets).
 #include "metadata_p.h"
+#include "region_p.h"
 
 #include <algorithm>
 #include <charconv>
@@ -295,11 +296,13 @@ FieldTable metadataFields(AUDIOSIGNAL signal, uint64_t *contentStamp)
     return record != nullptr ? fieldsOf(record->object) : FieldTable{};
 }
 
-void readFileMetadata(AUDIOSIGNAL signal, int fd, int16_t formatTag)
+void readFileMetadata(AUDIOSIGNAL signal, int fd, int16_t formatTag, bool tags)
 {
     try {
         FieldTable fields;
-        if (!readFileTags(fd, formatTag, fields) || fields.empty()) return;
+        if (!readFileTags(fd, formatTag, fields)) return;
+        if (!fields.regions.empty()) loadCommentRegions(signal, fields.regions);
+        if (!tags || fields.empty()) return;
         std::shared_ptr<MetadataData> record = attachMetadata(signal, std::move(fields));
         const std::unique_lock lock(signal->m_mutex);
         signal->m_metadata.swap(record);

@@ -37,6 +37,9 @@ namespace {
 // nothing next to the copying, small enough to keep memory flat.
 constexpr size_t kMoveChunk = size_t(1) << 20;
 
+// The comment name under which FLAC and Ogg files keep regions.
+constexpr const char *kRegionField = "REGION";
+
 // Several values of one field are read as one text joined by this.
 constexpr const char *kValueSeparator = "; ";
 
@@ -222,6 +225,10 @@ void takeProperties(const TagLib::PropertyMap &properties, FieldTable &fields)
     for (const auto &entry : properties) {
         std::string name;
         if (!normalizeFieldName(entry.first.to8Bit(true), name) || name == AUDIOMETADATA_FIELD_ARTWORK) continue;
+        if (name == kRegionField) {
+            for (const TagLib::String &one : entry.second) fields.regions.push_back(one.to8Bit(true));
+            continue;
+        }
         std::string value;
         for (const TagLib::String &one : entry.second) {
             const std::string text = one.to8Bit(true);
@@ -324,9 +331,16 @@ TagLib::FLAC::Picture *flacPicture(const Artwork &artwork)
     return picture;
 }
 
+// Adds the region comments after the tags have replaced every field.
+void putRegionComments(TagLib::Ogg::XiphComment *comment, const FieldTable &fields)
+{
+    for (const std::string &region : fields.regions) comment->addField(kRegionField, utf8(region), false);
+}
+
 void putXiphTags(TagLib::Ogg::XiphComment *comment, const FieldTable &fields)
 {
     comment->setProperties(propertiesOf(fields, false));
+    putRegionComments(comment, fields);
     comment->removeAllPictures();
     if (fields.artwork != nullptr) comment->addPicture(flacPicture(*fields.artwork));
 }
@@ -410,6 +424,7 @@ bool writeTags(DescriptorStream &stream, int16_t formatTag, const FieldTable &fi
         TagLib::FLAC::File file(&stream, TagLib::ID3v2::FrameFactory::instance(), false);
         if (!file.isValid()) return false;
         file.xiphComment(true)->setProperties(propertiesOf(fields, false));
+        putRegionComments(file.xiphComment(), fields);
         file.removePictures();
         if (fields.artwork != nullptr) file.addPicture(flacPicture(*fields.artwork));
         return file.save();

@@ -13,6 +13,7 @@
 #include <memory>
 #include <mutex>
 #include <string>
+#include <vector>
 #include <string_view>
 
 namespace asig {
@@ -30,6 +31,9 @@ struct Artwork {
 struct FieldTable {
     std::map<std::string, std::shared_ptr<const std::string>> values;
     std::shared_ptr<const Artwork> artwork;  // null when none
+    // "REGION" comments of FLAC and Ogg files: the signal's regions, which
+    // travel with the tags there but are not tags (not counted below).
+    std::vector<std::string> regions;
 
     size_t count() const { return values.size() + (artwork ? 1 : 0); }
     bool empty() const { return count() == 0; }
@@ -65,10 +69,10 @@ std::shared_ptr<MetadataData> attachMetadata(AUDIOSIGNAL owner, FieldTable field
 // may count the metadata as saved only while the stamp has not moved.
 FieldTable metadataFields(AUDIOSIGNAL signal, uint64_t *contentStamp);
 
-// Reads the tags of an opened file into the signal, as what it was loaded
-// with (no change is recorded). A file whose tags cannot be read opens
-// without them: the audio matters more than its labels.
-void readFileMetadata(AUDIOSIGNAL signal, int fd, int16_t formatTag);
+// Reads what the tags of the file open as `fd` hold: the regions kept as
+// comments (always) and, with `tags`, the metadata. Failures leave the
+// signal without them; the audio still opens.
+void readFileMetadata(AUDIOSIGNAL signal, int fd, int16_t formatTag, bool tags);
 
 // ---- file tags (metadata_file.cpp) ------------------------------------------
 

@@ -636,3 +636,119 @@ bool AUDIOSIGNAL_FormatSupportRegion(AUDIOSIGNAL signal, const char *format, uin
     }
     return (descr.capabilities & what) != 0;
 }
+
+// ---- regions as comments of FLAC and Ogg files ------------------------------------
+
+namespace asig {
+
+namespace {
+
+const char *const kKindNames[] = {"region", "loop", "marker", "pregap"};  // by AUDIOREGION_KIND_
+
+void appendEscaped(std::string &out, std::string_view text)
+{
+    for (const char c : text) {
+        switch (c) {
+        case '\\': out += "\\\\"; break;
+        case '\t': out += "\\t"; break;
+        case '\n': out += "\\n"; break;
+        case '\r': out += "\\r"; break;
+        default: out += c;
+        }
+    }
+}
+
+bool unescape(std::string_view text, std::string &out)
+{
+    out.clear();
+    for (size_t i = 0; i < text.size(); ++i) {
+        if (text[i] != '\\') {
+            out += text[i];
+            continue;
+        }
+        if (++i == text.size()) return false;
+        switch (text[i]) {
+        case '\\': out += '\\'; break;
+        case 't': out += '\t'; break;
+        case 'n': out += '\n'; break;
+        case 'r': out += '\r'; break;
+        default: return false;
+        }
+    }
+    return true;
+}
+
+bool parseSeconds(std::string_view text, double &out)
+{
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), out);
+    return error == std::errc() && end == text.data() + text.size() && std::isfinite(out) && out >= 0.0;
+}
+
+} // namespace
+
+std::string encodeCommentRegion(const PlainRegion &region)
+{
+    char number[64];
+    std::string out;
+    for (const double seconds : {region.begin, region.end}) {
+        // Shortest text that reads back as the same double.
+        const auto result = std::to_chars(number, number + sizeof number, seconds);
+        out.append(number, result.ptr);
+        out += '\t';
+    }
+    const int32_t kind = region.kind >= 0 && region.kind <= 3 ? region.kind : AUDIOREGION_KIND_REGION;
+    out += kKindNames[kind];
+    out += '\t';
+    appendEscaped(out, region.label);
+    out += '\t';
+    appendEscaped(out, region.comment);
+    return out;
+}
+
+bool decodeCommentRegion(std::string_view text, PlainRegion &region)
+{
+    std::string_view parts[5];
+    size_t count = 0;
+    for (size_t start = 0;;) {
+        const size_t tab = text.find('\t', start);
+        if (count == 5) return false;  // more fields than a region has
+        parts[count++] = text.substr(start, tab == std::string_view::npos ? std::string_view::npos : tab - start);
+        if (tab == std::string_view::npos) break;
+        start = tab + 1;
+    }
+    if (count != 5) return false;
+    PlainRegion decoded;
+    if (!parseSeconds(parts[0], decoded.begin) || !parseSeconds(parts[1], decoded.end) || decoded.end < decoded.begin)
+        return false;
+    decoded.kind = -1;
+    for (int32_t k = 0; k < 4; ++k)
+        if (parts[2] == kKindNames[k]) decoded.kind = k;
+    if (decoded.kind < 0 || !unescape(parts[3], decoded.label) || !unescape(parts[4], decoded.comment)) return false;
+    region = std::move(decoded);
+    return true;
+}
+
+bool keepsCommentRegions(int16_t formatTag)
+{
+    return formatTag == AUDIO_FORMATTAG_FLAC || formatTag == AUDIO_FORMATTAG_OGG || formatTag == AUDIO_FORMATTAG_OPUS;
+}
+
+std::vector<std::string> commentRegions(AUDIOSIGNAL signal, int16_t formatTag)
+{
+    if (!keepsCommentRegions(formatTag)) return {};
+    std::vector<std::string> out;
+    for (const PlainRegion &region : fileRegions(signal)) out.push_back(encodeCommentRegion(region));
+    return out;
+}
+
+void loadCommentRegions(AUDIOSIGNAL signal, const std::vector<std::string> &comments)
+{
+    std::vector<PlainRegion> regions;
+    for (const std::string &comment : comments) {
+        PlainRegion region;
+        if (decodeCommentRegion(comment, region)) regions.push_back(std::move(region));
+    }
+    if (!regions.empty()) loadFileRegions(signal, regions);
+}
+
+} // namespace asig

@@ -208,6 +208,20 @@ bool loadFileRegions(AUDIOSIGNAL signal, const std::vector<PlainRegion> &regions
 // not temporary, in order.
 std::vector<PlainRegion> fileRegions(AUDIOSIGNAL signal);
 
+// FLAC, Ogg Vorbis and Opus files keep the regions of track 0 as "REGION"
+// comments, one a region: "begin<TAB>end<TAB>kind<TAB>label<TAB>comment",
+// times in seconds, kind one of region/loop/marker/pregap, and backslash,
+// tab, newline and return in texts written as \\, \t, \n, \r
+// (region_files.cpp). Other formats get none.
+bool keepsCommentRegions(int16_t formatTag);
+std::vector<std::string> commentRegions(AUDIOSIGNAL signal, int16_t formatTag);
+// Loads the regions of such comments into track 0; comments that do not
+// decode are skipped.
+void loadCommentRegions(AUDIOSIGNAL signal, const std::vector<std::string> &comments);
+// One comment and back (decode: false for a malformed text).
+std::string encodeCommentRegion(const PlainRegion &region);
+bool decodeCommentRegion(std::string_view text, PlainRegion &region);
+
 // ---- edits (region_edit.cpp) ---------------------------------------------------
 
 // Moves the regions of `signal` for the removal of [begin, end) seconds:

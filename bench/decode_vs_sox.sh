@@ -1,7 +1,7 @@
 #!/bin/sh
 # Decoding compressed files against sox.
 #
-#   bench/decode_vs_sox.sh [BUILD_DIR]        (default: build-files)
+#   bench/decode_vs_sox.sh [BUILD_DIR]        (default: build)
 #
 # Makes 10 minutes of 16-bit stereo audio at 44.1 kHz into /tmp/tavo-bench
 # (once) and encodes it with sox as FLAC and as MP3 at 192 kbit/s. For each,
@@ -10,7 +10,7 @@
 # of drawing; prints both and the ratio (the aim: within 1.2x of sox).
 # sox needs libsox-fmt-mp3 for MP3; without it that row is skipped.
 set -eu
-BUILD=${1:-build-files}
+BUILD=${1:-build}
 BIN=$BUILD/bin
 DIR=/tmp/tavo-bench
 mkdir -p "$DIR"

@@ -1,7 +1,7 @@
 #!/bin/sh
 # Opening and drawing a long 16-bit WAV against the floor of the machine.
 #
-#   bench/open_vs_floor.sh [BUILD_DIR]        (default: build-files)
+#   bench/open_vs_floor.sh [BUILD_DIR]        (default: build)
 #
 # Generates one hour of 16-bit stereo audio at 44.1 kHz into
 # /tmp/tavo-bench (once; 606 MiB), reads it into the page cache, then times
@@ -13,7 +13,7 @@
 #          channel over the whole signal.
 # and prints the ratio (the aim: within 2x of the floor).
 set -eu
-BUILD=${1:-build-files}
+BUILD=${1:-build}
 BIN=$BUILD/bin
 DIR=/tmp/tavo-bench
 WAV=$DIR/hour16.wav

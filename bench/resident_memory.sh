@@ -1,7 +1,7 @@
 #!/bin/sh
 # Resident memory of an opened long WAV.
 #
-#   bench/resident_memory.sh [--ten-hours] [BUILD_DIR]   (default: build-files)
+#   bench/resident_memory.sh [--ten-hours] [BUILD_DIR]   (default: build)
 #
 # Opens 16-bit stereo 44.1 kHz audio (one hour, 606 MiB; with --ten-hours,
 # ten hours, 6.35 GB, written as RF64) in a fresh process each time and
@@ -16,7 +16,7 @@ if [ "${1:-}" = "--ten-hours" ]; then
     HOURS=10
     shift
 fi
-BUILD=${1:-build-files}
+BUILD=${1:-build}
 BIN=$BUILD/bin
 DIR=/tmp/tavo-bench
 mkdir -p "$DIR"

@@ -1,0 +1,156 @@
+/*
+** tavoeditcontrols.h: identifiers of the tool controls (EDITCONTROLS_).
+**
+** Every control drawn in a toolbar has one identifier; a toolbar holds an
+** identifier at most once. Identifiers fit in 7 bits because the object
+** code of a tool control carries them in bits 13-19.
+**
+** Fixed points other parts rely on: 1 and 2 are the toolbar's own grip and
+** handle (they never widen a vertical toolbar), 3 the toolbar locker, 17
+** the first control of the zoom toolbar (a timed button), 94 the first
+** curve-shape toggle and 105 the first curve-movement toggle. Spacers carry
+** EDITCONTROLS_SPACER (0) and may appear any number of times.
+*/
+#ifndef TAVOEDITCONTROLS_H
+#define TAVOEDITCONTROLS_H
+
+#include "tavo_export.h"
+
+TAVO_EXTERN_C_BEGIN
+
+/* ---- toolbar furniture ---------------------------------------------------- */
+#define EDITCONTROLS_SPACER 0
+#define EDITCONTROLS_TOOLBAR_GRIP 1
+#define EDITCONTROLS_TOOLBAR_HANDLE 2
+#define EDITCONTROLS_TOOLBAR_LOCKER 3
+
+/* ---- selection ------------------------------------------------------------ */
+#define EDITCONTROLS_SELECTION_DRAG_AUDIO 4
+#define EDITCONTROLS_SELECTION_DRAG_NEW_FILE 5
+#define EDITCONTROLS_SELECTION_START_EDIT 6
+#define EDITCONTROLS_SELECTION_DURATION_EDIT 7
+#define EDITCONTROLS_SELECTION_END_EDIT 8
+
+/* ---- file and view -------------------------------------------------------- */
+#define EDITCONTROLS_FILE_NEW 9
+#define EDITCONTROLS_FILE_OPEN 10
+#define EDITCONTROLS_FILE_SAVE 11
+#define EDITCONTROLS_FILE_CLOSE 12
+#define EDITCONTROLS_VIEW_SPECTROGRAM 13
+#define EDITCONTROLS_VIEW_WAVEFORM 14
+#define EDITCONTROLS_VIEW_NAVIGATOR 15
+#define EDITCONTROLS_VIEW_LEVEL_GUIDES 16
+
+/* ---- zoom ----------------------------------------------------------------- */
+#define EDITCONTROLS_ZOOM_IN 17
+#define EDITCONTROLS_ZOOM_OUT 18
+#define EDITCONTROLS_ZOOM_SELECTION 19
+#define EDITCONTROLS_ZOOM_FULL 20
+#define EDITCONTROLS_ZOOM_VERTICAL_IN 21
+#define EDITCONTROLS_ZOOM_VERTICAL_OUT 22
+#define EDITCONTROLS_ZOOM_VERTICAL_RESET 23
+
+/* ---- edit ----------------------------------------------------------------- */
+#define EDITCONTROLS_EDIT_UNDO 24
+#define EDITCONTROLS_EDIT_REDO 25
+#define EDITCONTROLS_EDIT_CUT 26
+#define EDITCONTROLS_EDIT_COPY 27
+#define EDITCONTROLS_EDIT_PASTE 28
+#define EDITCONTROLS_EDIT_DELETE 29
+
+/* ---- actions on the selection --------------------------------------------- */
+#define EDITCONTROLS_SELECTION_PLAY 30
+#define EDITCONTROLS_SELECTION_LOOP 31
+#define EDITCONTROLS_SELECTION_SNAP 32
+#define EDITCONTROLS_SELECTION_ZOOM_TO 33
+#define EDITCONTROLS_SELECTION_CROP 34
+#define EDITCONTROLS_SELECTION_CLEAR 35
+#define EDITCONTROLS_SELECTION_FADE_IN 36
+#define EDITCONTROLS_SELECTION_FADE_OUT 37
+#define EDITCONTROLS_SELECTION_NORMALIZE 38
+#define EDITCONTROLS_SELECTION_SILENCE 39
+
+/* ---- gain ----------------------------------------------------------------- */
+#define EDITCONTROLS_GAIN_SLIDER 40
+#define EDITCONTROLS_GAIN_LABEL 41
+#define EDITCONTROLS_GAIN_RESET 42
+#define EDITCONTROLS_GAIN_APPLY 43
+
+/* ---- visual tools --------------------------------------------------------- */
+#define EDITCONTROLS_VISUALTOOLS_ACCEPT 44
+#define EDITCONTROLS_VISUALTOOLS_REJECT 45
+#define EDITCONTROLS_VISUALTOOLS_PREVIEW 46
+#define EDITCONTROLS_VISUALTOOLS_SYNC_CURVES 47
+
+/* ---- spectrogram, waveform, level guides ---------------------------------- */
+#define EDITCONTROLS_SPECTROGRAM_CONTRAST 48
+#define EDITCONTROLS_SPECTROGRAM_BRIGHTNESS 49
+#define EDITCONTROLS_SPECTROGRAM_SETTINGS 50
+#define EDITCONTROLS_WAVEFORM_RECTIFY 51
+#define EDITCONTROLS_WAVEFORM_SHOW_RMS 52
+#define EDITCONTROLS_WAVEFORM_CENTER_LINE 53
+#define EDITCONTROLS_LEVELGUIDE_ADD 54
+#define EDITCONTROLS_LEVELGUIDE_REMOVE 55
+#define EDITCONTROLS_LEVELGUIDE_CLEAR 56
+
+/* ---- scale selectors ------------------------------------------------------ */
+#define EDITCONTROLS_SCALE_A 57
+#define EDITCONTROLS_SCALE_B 58
+#define EDITCONTROLS_SCALE_TIMECODE 59
+#define EDITCONTROLS_SCALE_CD_TIME 60
+#define EDITCONTROLS_HSCALE_SECONDS 61
+#define EDITCONTROLS_HSCALE_SAMPLES 62
+#define EDITCONTROLS_HSCALE_BEATS 63
+#define EDITCONTROLS_HSCALE_SMPTE 64
+#define EDITCONTROLS_HSCALE_FRAMES 65
+#define EDITCONTROLS_VSCALE_LINEAR 66
+#define EDITCONTROLS_VSCALE_PERCENT 67
+#define EDITCONTROLS_VSCALE_DECIBEL 68
+#define EDITCONTROLS_VSCALE_NORMALIZED 69
+#define EDITCONTROLS_SPECSCALE_LINEAR 70
+#define EDITCONTROLS_SPECSCALE_LOG 71
+#define EDITCONTROLS_SPECSCALE_MEL 72
+#define EDITCONTROLS_SPECSCALE_BARK 73
+
+/* ---- crossfade panel ------------------------------------------------------ */
+#define EDITCONTROLS_CROSSFADE_TITLE 74
+#define EDITCONTROLS_CROSSFADE_DURATION_EDIT 75
+#define EDITCONTROLS_CROSSFADE_CENTER_EDIT 76
+#define EDITCONTROLS_CROSSFADE_ACCEPT 77
+#define EDITCONTROLS_CROSSFADE_CANCEL 78
+#define EDITCONTROLS_CROSSFADE_PREVIEW 79
+#define EDITCONTROLS_CROSSFADE_SYNC 80
+#define EDITCONTROLS_CROSSFADE_FADEOUT_LABEL 81
+#define EDITCONTROLS_CROSSFADE_FADEIN_LABEL 82
+#define EDITCONTROLS_CROSSFADE_GAIN_SLIDER 83
+#define EDITCONTROLS_CROSSFADE_GAIN_EDIT 84
+#define EDITCONTROLS_CROSSFADE_FADEOUT_ICON 85
+#define EDITCONTROLS_CROSSFADE_FADEIN_ICON 86
+
+/* ---- curve toggles: shapes 0-10 from 94, movements 0-3 from 105, shapes
+** 11-13 after the movements (the movement block was placed first) ------- */
+#define EDITCONTROLS_CURVE_SHAPE_LINEAR 94
+#define EDITCONTROLS_CURVE_SHAPE_QUADRATIC 95
+#define EDITCONTROLS_CURVE_SHAPE_CUBIC 96
+#define EDITCONTROLS_CURVE_SHAPE_QUARTIC 97
+#define EDITCONTROLS_CURVE_SHAPE_QUINTIC 98
+#define EDITCONTROLS_CURVE_SHAPE_SINUSOIDAL 99
+#define EDITCONTROLS_CURVE_SHAPE_EXPONENTIAL 100
+#define EDITCONTROLS_CURVE_SHAPE_CIRCULAR 101
+#define EDITCONTROLS_CURVE_SHAPE_ELASTIC 102
+#define EDITCONTROLS_CURVE_SHAPE_BACK 103
+#define EDITCONTROLS_CURVE_SHAPE_BOUNCE 104
+#define EDITCONTROLS_CURVE_MOVEMENT_ACCEL 105
+#define EDITCONTROLS_CURVE_MOVEMENT_DECEL 106
+#define EDITCONTROLS_CURVE_MOVEMENT_ACCEL_DECEL 107
+#define EDITCONTROLS_CURVE_MOVEMENT_DECEL_ACCEL 108
+#define EDITCONTROLS_CURVE_SHAPE_CURVE 109
+#define EDITCONTROLS_CURVE_SHAPE_SINECURVE 110
+#define EDITCONTROLS_CURVE_SHAPE_COSINECURVE 111
+
+/* One past the highest identifier. */
+#define EDITCONTROLS_COUNT 112
+
+TAVO_EXTERN_C_END
+
+#endif

@@ -220,15 +220,11 @@ AUDIO_API bool AUDIOSIGNAL_SetSample(AUDIOSIGNAL signal, int32_t channel, int64_
 
 /* A reading position on one channel, filled by AUDIOSIGNAL_InitAudioPointer
 ** and advanced by the display queries. Plain data owned by the caller; it
-** keeps no reference, so the caller keeps the signal alive while using it.
-** The hint fields are private. */
+** keeps no reference, so the caller keeps the signal alive while using it. */
 typedef struct AUDIOPOINTER {
     AUDIOSIGNAL signal;
     int32_t channel;
     int64_t position;
-    uint64_t hintVersion;
-    int64_t hintChunk;
-    int64_t hintChunkStart;
 } AUDIOPOINTER;
 
 AUDIO_API bool AUDIOSIGNAL_InitAudioPointer(AUDIOSIGNAL signal, int32_t channel, int64_t frame,

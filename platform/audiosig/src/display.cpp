@@ -16,7 +16,6 @@ asig::Stats advance(AUDIOPOINTER *pointer, int64_t count)
         const std::shared_lock<std::shared_mutex> lock(signal->m_mutex);
         if (pointer->channel >= 0 && size_t(pointer->channel) < signal->m_channels.size())
             stats = signal->m_channels[size_t(pointer->channel)].stats(pointer->position, count);
-        pointer->hintVersion = signal->m_structureVersion;
     }
     pointer->position += count;
     return stats;
@@ -28,7 +27,7 @@ bool AUDIOSIGNAL_InitAudioPointer(AUDIOSIGNAL signal, int32_t channel, int64_t f
 {
     if (signal == nullptr || pointer == nullptr || channel < 0 || channel >= AUDIOSIGNAL_NumChannels(signal))
         return false;
-    *pointer = AUDIOPOINTER{signal, channel, frame, 0, 0, 0};
+    *pointer = AUDIOPOINTER{signal, channel, frame};
     return true;
 }
 

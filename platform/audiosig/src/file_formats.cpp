@@ -1,6 +1,7 @@
 // The table of file formats, format texts as the file layer reads them, and
 // the exported queries on both (format descriptions, extra format texts).
 #include "file_p.h"
+#include "signal_p.h"
 
 #include <sndfile.h>
 
@@ -267,11 +268,10 @@ const FormatEntry *findFormatByName(std::string_view name)
 {
     for (const FormatEntry &entry : kFormats)
         if (equalNoCase(entry.name, name)) return &entry;
-    // The other names AUDIO_GetFormatFromString knows.
-    if (equalNoCase(name, "WAVE")) return findFormatByTag(AUDIO_FORMATTAG_WAV);
-    if (equalNoCase(name, "AIF")) return findFormatByTag(AUDIO_FORMATTAG_AIFF);
-    if (equalNoCase(name, "VORBIS")) return findFormatByTag(AUDIO_FORMATTAG_OGG);
-    return nullptr;
+    // The other names a format text may use ("WAVE", "AIF", "VORBIS").
+    const std::string copy(name);
+    const int16_t tag = _AUDIO_TagFromName(copy.c_str());
+    return tag > 0 ? findFormatByTag(tag) : nullptr;
 }
 
 const FormatEntry *findFormatByExtension(std::string_view extension)

@@ -86,6 +86,14 @@ bool applyParameters(const char *text, AUDIO_FORMAT &format)
 
 } // namespace
 
+int16_t _AUDIO_TagFromName(const char *name)
+{
+    if (name == nullptr) return -1;
+    for (const NamedTag &entry : kFormatNames)
+        if (BLSTRING_CompareInsensitiveN(name, entry.name, 64) == 0) return entry.tag;
+    return -1;
+}
+
 AUDIO_FORMAT AUDIO_NullFormat(void)
 {
     AUDIO_FORMAT format{};
@@ -166,21 +174,15 @@ bool AUDIO_GetFormatFromString(const char *text, AUDIO_FORMAT *format)
     char name[64], value[1024];
     const char *rest = AUDIO_DecodeParameter(text, name, sizeof name, value, sizeof value);
     if (name[0] == '\0') return false;
-    bool named = false;
-    for (const NamedTag &entry : kFormatNames) {
-        if (BLSTRING_CompareInsensitiveN(name, entry.name, 64) == 0) {
-            named = true;
-            if (entry.tag != AUDIO_FORMATTAG_NONE) result.formatTag = entry.tag;
-            if (!applyParameters(value, result)) return false;
-            break;
-        }
-    }
-    if (!named) {
+    const int16_t tag = _AUDIO_TagFromName(name);
+    if (tag >= 0) {
+        if (rest != nullptr && *rest != '\0') return false;  // "WAV,FLAC": one format only
+        if (tag != AUDIO_FORMATTAG_NONE) result.formatTag = tag;
+        if (!applyParameters(value, result)) return false;
+    } else {
         // A bare parameter text: "sr=8000,nc=1".
         if (value[0] == '\0' && std::strchr(text, '=') == nullptr) return false;
         if (!applyParameters(text, result)) return false;
-    } else if (rest != nullptr && *rest != '\0') {
-        return false;  // "WAV,FLAC": one format only
     }
     if (!AUDIO_IsValidFormat(&result)) return false;
     *format = result;

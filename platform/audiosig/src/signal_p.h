@@ -118,6 +118,11 @@ private:
     bool m_finished = false;
 };
 
+// The tag a format name stands for (names compared ignoring case, aliases
+// such as "WAVE" and "AIF" included); -1 for a name no format text knows.
+// "AUTO" and "FROM_FORMAT" give AUDIO_FORMATTAG_NONE.
+int16_t _AUDIO_TagFromName(const char *name);
+
 // The sample type that stores a format's samples natively.
 asig::SampleType _AUDIO_SampleTypeOf(const AUDIO_FORMAT &format);
 

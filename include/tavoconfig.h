@@ -16,6 +16,37 @@
 
 TAVO_EXTERN_C_BEGIN
 
+/* ---- drawing configuration ------------------------------------------------ */
+
+/* Colour keys of a profile: the 260 stored ones plus the 12 that
+** TAVOCONFIG_AddNewSettings fills for profiles stored before them. */
+#define TAVOCONFIG_COLOR_COUNT 272
+#define TAVOCONFIG_OPTION_COUNT 21
+#define TAVOCONFIG_PROFILE_NAME_SIZE 64
+#define TAVOCONFIG_FONT_NAME_SIZE 128
+
+/* A font as the renderer asks the canvas for it. */
+typedef struct TAVOCONFIGFONT {
+    char family[TAVOCONFIG_FONT_NAME_SIZE];
+    float size;         /* points */
+    int32_t weight;     /* TAVODEFINES_toFontWeight codes */
+    int32_t stretch;    /* TAVODEFINES_toFontStretch codes */
+    bool italic;
+} TAVOCONFIGFONT;
+
+/* The drawing configuration of one profile, as read from the settings:
+** one packed colour per colour key and one flag per option key, indexed
+** by the TAVOCONFIG_COLOR_ and TAVOCONFIG_OPTION_ numbers. */
+typedef struct TAVODRAWCONFIG {
+    char profile[TAVOCONFIG_PROFILE_NAME_SIZE];
+    uint32_t colors[TAVOCONFIG_COLOR_COUNT];
+    uint8_t options[TAVOCONFIG_OPTION_COUNT];
+    TAVOCONFIGFONT scaleFont;
+    TAVOCONFIGFONT regionFont;
+    TAVOCONFIGFONT toolControlFont;
+    TAVOCONFIGFONT channelIdFont;
+} TAVODRAWCONFIG;
+
 /* ---- toolbars ------------------------------------------------------------- */
 
 /* Table size and the most controls a toolbar holds. */

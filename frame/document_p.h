@@ -100,4 +100,7 @@ int32_t _TAVOAUDIO_Send(struct TavoDocument *doc, int32_t kind, void *arg1, void
 /* The library error code for libaudiosig's error bits (one bit each). */
 uint32_t _TranslateAudioSignalError(uint32_t audioError);
 
+/* The parent callback of every signal a document holds (region-track renames). */
+bool _TAVOAUDIO_SignalCallback(void *parent, int32_t kind, void *arg1, void *arg2);
+
 #endif

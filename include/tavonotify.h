@@ -19,6 +19,7 @@
 #include <stdbool.h>
 #include <stdint.h>
 
+#include "blnotify.h"
 #include "tavo_export.h"
 #include "tavotypes.h"
 
@@ -187,6 +188,27 @@ typedef enum TAVOEVENT_KIND {
 
 #define TAVOEVENT_FIRST_KIND 1067
 #define TAVOEVENT_LAST_KIND 1222
+
+/* ---- handlers and names ---------------------------------------------------- */
+
+/* Adds a handler to the document's dispatcher (libfound's BLNOTIFY_AddHandler
+** with the same three values: the kind or BLNOTIFY_ANY_KIND, the handler
+** and its user pointer). False for an invalid document, one whose
+** dispatcher is gone (it is being closed), or an exact duplicate. */
+TAVO_API bool TAVOAUDIO_AddEventHandler(TAVOAUDIO audio, int32_t kind, BLNOTIFY_HANDLER handler, void *userData);
+
+/* Removes the handler added with the same three values; false when it is
+** absent or the document is invalid. */
+TAVO_API bool TAVOAUDIO_DelEventHandler(TAVOAUDIO audio, int32_t kind, BLNOTIFY_HANDLER handler, void *userData);
+
+/* The document's dispatcher (borrowed: it lives until the document is
+** closed); null for an invalid document. */
+TAVO_API BLNOTIFY_DISPATCHER TAVOAUDIO_Dispatcher(TAVOAUDIO audio);
+
+/* The name of an event kind as static text: libaudiosig's names up to 1065,
+** these ("TAVOAUDIO_WAS_CHANGED" ...) for 1067..1222, null otherwise. Any
+** thread. */
+TAVO_API const char *TAVONOTIFY_TranslateEventKind(int32_t kind);
 
 TAVO_EXTERN_C_END
 

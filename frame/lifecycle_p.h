@@ -1,0 +1,120 @@
+/*
+** lifecycle_p.h: helpers that the document's lifecycle files share
+** (frame/document.cpp, frame/access.cpp, frame/open.cpp, frame/save.cpp).
+**
+** Lock order: rwlock, then signalMutex (see document_p.h). The guards here
+** are the only way those files take the document's locks.
+*/
+#ifndef TAVO_LIFECYCLE_P_H
+#define TAVO_LIFECYCLE_P_H
+
+#include <stdint.h>
+
+#include "frame/document_p.h"
+
+/* Change bits sent after creation, reset and reload: everything about the
+** signal and its file may have changed. */
+#define TAVOAUDIO_CHANGES_ALL 0x80001c18u
+
+/* The write lock for a block, waiting; release() ends it early so that
+** events can go out without it. */
+class TavoDocWriteLock {
+public:
+    explicit TavoDocWriteLock(struct TavoDocument *doc) : m_lock(doc->rwlock)
+    {
+        m_held = ReadWriteLock_WriteLock(m_lock);
+    }
+    ~TavoDocWriteLock() { release(); }
+    TavoDocWriteLock(const TavoDocWriteLock &) = delete;
+    TavoDocWriteLock &operator=(const TavoDocWriteLock &) = delete;
+    explicit operator bool() const { return m_held; }
+    void release()
+    {
+        if (m_held) ReadWriteLock_WriteUnlock(m_lock);
+        m_held = false;
+    }
+
+private:
+    BLRWLOCK m_lock;
+    bool m_held = false;
+};
+
+/* The read lock for a block, waiting. */
+class TavoDocReadLock {
+public:
+    explicit TavoDocReadLock(struct TavoDocument *doc) : m_lock(doc->rwlock)
+    {
+        m_held = ReadWriteLock_ReadLock(m_lock);
+    }
+    ~TavoDocReadLock() { release(); }
+    TavoDocReadLock(const TavoDocReadLock &) = delete;
+    TavoDocReadLock &operator=(const TavoDocReadLock &) = delete;
+    explicit operator bool() const { return m_held; }
+    void release()
+    {
+        if (m_held) ReadWriteLock_ReadUnlock(m_lock);
+        m_held = false;
+    }
+
+private:
+    BLRWLOCK m_lock;
+    bool m_held = false;
+};
+
+/* The signal mutex for a block. Never call into libaudiosig for long
+** under it. */
+class TavoSignalMutex {
+public:
+    explicit TavoSignalMutex(struct TavoDocument *doc) : m_mutex(doc->signalMutex) { MutexLock(m_mutex); }
+    ~TavoSignalMutex() { MutexUnlock(m_mutex); }
+    TavoSignalMutex(const TavoSignalMutex &) = delete;
+    TavoSignalMutex &operator=(const TavoSignalMutex &) = delete;
+
+private:
+    BLMUTEX m_mutex;
+};
+
+/* A new record with its pool, dispatcher, locks and view state, editable,
+** unnamed, without signal, not registered. Null when anything failed
+** (nothing is left behind). */
+struct TavoDocument *_TAVOAUDIO_CreateRecord(void);
+
+/* Frees a record made by _TAVOAUDIO_CreateRecord that never went live
+** (creation failed half-way). The signal, if any, is destroyed too. */
+void _TAVOAUDIO_DiscardRecord(struct TavoDocument *doc);
+
+/* Enters the document in the object registry under "LPTAVOAUDIO". */
+bool _TAVOAUDIO_Register(struct TavoDocument *doc);
+
+/* Stores `signal` as the document's signal under the signal mutex, with the
+** document as its parent, and returns the previous signal detached (the
+** caller owns it). */
+AUDIOSIGNAL _TAVOAUDIO_AttachSignal(struct TavoDocument *doc, AUDIOSIGNAL signal);
+
+/* Copies the file name into the inline buffer and sets the file kind,
+** without sending any event; returns the new file kind. Call with the write
+** lock held (or on a record no other thread knows yet). */
+uint32_t _TAVOAUDIO_StoreFileName(struct TavoDocument *doc, const char *fileName);
+
+/* Copies the format text and, with a signal attached, makes the signal and
+** the read-only file-state flag follow the format's writability. Call with
+** the write lock held. */
+void _TAVOAUDIO_StoreFileFormat(struct TavoDocument *doc, const char *format);
+
+/* Sends TAVOAUDIO_FILENAME_CHANGED with the current name and kind. Call with
+** no document lock held. */
+void _TAVOAUDIO_SendFileNameChanged(struct TavoDocument *doc);
+
+/* The modification time of a file as a timestamp (ms since 1970), 0 when
+** it cannot be examined. */
+uint64_t _TAVOAUDIO_FileStamp(const char *path);
+
+/* The file-state flags of the document's view state (0 without state). */
+uint32_t _TAVOAUDIO_FileFlags(struct TavoDocument *doc);
+
+/* Reads the annotation tracks kept as sidecar region files of the audio file
+** ("<name without extension>.<track id>.srt"). Call with the write lock
+** held. Returns how many were read. */
+int32_t _TAVOAUDIO_ReadSidecarRegions(struct TavoDocument *doc, AUDIOSIGNAL signal);
+
+#endif

@@ -107,8 +107,15 @@ bool resetProfile(const char *name)
 // Keys whose default AddNewSettings derived itself. A second reset derives
 // them again, so that they follow their source key; keys that exist for any
 // other reason (a stored value, a profile's own table) stay as they are.
+// Made on first use and never destroyed, for the same reason as every
+// table the start and stop sequences touch: they may run from load-time
+// hooks before or after this file's static objects live.
 std::mutex derivedMutex;
-std::set<std::string> derivedKeys;   // "<profile>.<key>"
+std::set<std::string> &derivedKeys()   // "<profile>.<key>"
+{
+    static auto *keys = new std::set<std::string>();
+    return *keys;
+}
 
 }  // namespace
 
@@ -175,14 +182,14 @@ TAVO_API bool TAVOCONFIG_AddNewSettings(const char *profile)
     const std::lock_guard<std::mutex> guard(derivedMutex);
     for (const TavoNewColorKey &key : _TAVOCONFIG_NewColorKeys) {
         std::string id = std::string(profile) + "." + key.name;
-        const bool derivedBefore = derivedKeys.count(id) != 0;
+        const bool derivedBefore = derivedKeys().count(id) != 0;
         if (!derivedBefore && BLSETTINGS_ExistsEx(nullptr, "velmora.interface.%s.color.%s", profile, key.name)) {
             continue;
         }
         BLSETTINGS_GetStringEx(nullptr, text, sizeof text,
                                "velmora.interface.%s.color.%s=[" TAVOCONFIG_NO_COLOR_TEXT "]", profile, key.source);
         BLSETTINGS_SetDefaultEx(nullptr, "velmora.interface.%s.color.%s=%s", profile, key.name, text);
-        derivedKeys.insert(std::move(id));
+        derivedKeys().insert(std::move(id));
     }
     return true;
 }

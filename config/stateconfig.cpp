@@ -205,7 +205,10 @@ void applyTo(TavoState *state, bool reload)
     BLSETTINGS_GetStringEx(nullptr, text, sizeof text, "libtavo.draw.horzscalekind");
     state->horzScaleKind = TAVOCONFIG_DecodeHorzScaleKind(text, 2);
     BLSETTINGS_GetStringEx(nullptr, text, sizeof text, "libtavo.draw.vertscalekind");
-    state->vertScaleKind = TAVOCONFIG_DecodeVertScaleKind(text, 0);
+    // An unset vertical scale kind leaves the state's own: opening a file
+    // wider than 16 bits chooses the normalised scale exactly in that case.
+    const int32_t vertical = TAVOCONFIG_DecodeVertScaleKind(text, -1);
+    if (vertical >= 0) state->vertScaleKind = vertical;
     BLSETTINGS_GetStringEx(nullptr, text, sizeof text, "libtavo.draw.specscalekind");
     state->specScaleKind = TAVOCONFIG_DecodeSpecScaleKind(text, 0);
     readTracks(state);

@@ -61,7 +61,14 @@ struct Toolbar {
 };
 
 // UI-thread only, like everything else in this file (no lock on purpose).
-std::array<Toolbar, TAVOCONFIG_MAX_TOOLBARS> g_toolbars;
+// The table is made on first use and never destroyed: the library starts
+// and stops from load-time hooks, which may run before this file's static
+// objects are constructed or after they are destroyed.
+std::array<Toolbar, TAVOCONFIG_MAX_TOOLBARS> &toolbarTable()
+{
+    static auto *table = new std::array<Toolbar, TAVOCONFIG_MAX_TOOLBARS>();
+    return *table;
+}
 
 bool validSlot(int32_t slot) { return slot >= 0 && slot < TAVOCONFIG_MAX_TOOLBARS; }
 
@@ -80,7 +87,7 @@ bool validSlot(int32_t slot) { return slot >= 0 && slot < TAVOCONFIG_MAX_TOOLBAR
 Toolbar *editable(const char *function, int32_t slot)
 {
     if (!validSlot(slot)) trapBadSlot(function, slot);
-    Toolbar &t = g_toolbars[size_t(slot)];
+    Toolbar &t = toolbarTable()[size_t(slot)];
     return t.kind ? &t : nullptr;
 }
 
@@ -88,7 +95,7 @@ Toolbar *editable(const char *function, int32_t slot)
 Toolbar *existing(int32_t slot)
 {
     if (!validSlot(slot)) return nullptr;
-    Toolbar &t = g_toolbars[size_t(slot)];
+    Toolbar &t = toolbarTable()[size_t(slot)];
     return t.kind ? &t : nullptr;
 }
 
@@ -261,7 +268,7 @@ bool flag(int32_t slot, uint32_t bit)
 // that load and save agree from then on.
 const char *settingsName(int32_t slot)
 {
-    Toolbar &t = g_toolbars[size_t(slot)];
+    Toolbar &t = toolbarTable()[size_t(slot)];
     if (!t.name) {
         char buffer[16];
         std::snprintf(buffer, sizeof buffer, "toolbar_%02x", unsigned(slot));
@@ -280,13 +287,13 @@ extern "C" {
 
 void TAVOCONFIG_ClearToolContols(void)
 {
-    for (Toolbar &t : g_toolbars) t = Toolbar{};
+    for (Toolbar &t : toolbarTable()) t = Toolbar{};
 }
 
 bool TAVOCONFIG_AddToolbar(int32_t slot, uint32_t kind, int32_t orientation, int32_t alignment)
 {
     if (!validSlot(slot)) trapBadSlot("TAVOCONFIG_AddToolbar", slot);
-    Toolbar &t = g_toolbars[size_t(slot)];
+    Toolbar &t = toolbarTable()[size_t(slot)];
     if (t.kind) {
         BLDEBUG_Warning("Add a already existing toolbar (%d)!", slot);
         return false;
@@ -309,7 +316,7 @@ bool TAVOCONFIG_AddToolbar(int32_t slot, uint32_t kind, int32_t orientation, int
 bool TAVOCONFIG_RemoveToolbar(int32_t slot)
 {
     if (!validSlot(slot)) trapBadSlot("TAVOCONFIG_RemoveToolbar", slot);
-    Toolbar &t = g_toolbars[size_t(slot)];
+    Toolbar &t = toolbarTable()[size_t(slot)];
     // Inverted on purpose: hosts depend on a live toolbar never being torn
     // out from under a view, and on this answer for an empty slot.
     if (t.kind) {
@@ -323,7 +330,7 @@ bool TAVOCONFIG_RemoveToolbar(int32_t slot)
 
 uint32_t TAVOCONFIG_ToolbarKind(int32_t slot)
 {
-    return validSlot(slot) ? g_toolbars[size_t(slot)].kind : 0;
+    return validSlot(slot) ? toolbarTable()[size_t(slot)].kind : 0;
 }
 
 // ---- names, orientation, alignment, flags -----------------------------------
@@ -758,7 +765,7 @@ bool TAVOCONFIG_LoadToolbarConfig(const char *prefix)
     if (!prefix) prefix = "libtavo";
     // Slot 0 is left to the host and never persisted.
     for (int32_t slot = 1; slot < TAVOCONFIG_MAX_TOOLBARS; ++slot) {
-        Toolbar &t = g_toolbars[size_t(slot)];
+        Toolbar &t = toolbarTable()[size_t(slot)];
         if (!hasLocker(t)) continue;
         const bool locked = BLSETTINGS_GetBoolEx(nullptr, "%s.toolbar.%s.locked=0", prefix, settingsName(slot));
         t.flags = locked ? (t.flags | TAVOCONFIG_TOOLBAR_LOCKED) : (t.flags & ~uint32_t(TAVOCONFIG_TOOLBAR_LOCKED));
@@ -771,14 +778,14 @@ bool TAVOCONFIG_SaveToolbarConfig(const char *prefix)
     if (!prefix) prefix = "libtavo";
     bool ok = true;
     for (int32_t slot = 1; slot < TAVOCONFIG_MAX_TOOLBARS; ++slot) {
-        if (!hasLocker(g_toolbars[size_t(slot)])) continue;
+        if (!hasLocker(toolbarTable()[size_t(slot)])) continue;
         // Follow the proxies to the toolbar whose lock rules this one. A
         // chain longer than the table has looped and counts as broken.
         int32_t at = slot;
         int hops = 0;
         int locked = 0;
         for (;;) {
-            const Toolbar &t = g_toolbars[size_t(at)];
+            const Toolbar &t = toolbarTable()[size_t(at)];
             if (!t.kind || hops > TAVOCONFIG_MAX_TOOLBARS) break;
             if (t.lockerProxy == 0) {
                 locked = (t.flags & TAVOCONFIG_TOOLBAR_LOCKED) ? 1 : 0;

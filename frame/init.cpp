@@ -3,10 +3,11 @@
 //
 // The nesting counter is a plain global without a lock: start and stop run
 // on one thread (the loader's, or the host's main thread). Loading the
-// library counts as one initialisation and unloading as one finalisation;
-// the hooks that do so sit in the last source file of the library (see
-// lua/luamodule.cpp) so that they run after every file's static objects
-// are constructed.
+// library counts as one initialisation and unloading as one finalisation
+// (the hooks at the end of this file). Those hooks may run before another
+// file's static objects are constructed and after they are destroyed, so
+// every table the start and stop sequences touch is made on first use and
+// never destroyed by the C++ runtime.
 #include "audioformat.h"
 #include "blcore.h"
 #include "blsettings.h"
@@ -97,3 +98,19 @@ int32_t TAVO_Finalize(void)
 }
 
 }  // extern "C"
+
+namespace {
+
+// A failed step does not fail the load: the host learns of it when it uses
+// the library.
+__attribute__((constructor)) void libraryLoaded()
+{
+    TAVO_Initialize();
+}
+
+__attribute__((destructor)) void libraryUnloaded()
+{
+    TAVO_Finalize();
+}
+
+}  // namespace

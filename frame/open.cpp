@@ -179,10 +179,6 @@ bool resolveLink(TavoDocument *doc, void *parent, uint32_t openFlags)
     const AUDIO_FORMAT format = AUDIOSIGNAL_GetFormat(signal);
     if (format.formatTag == AUDIO_FORMATTAG_LINK) applyLinkOptions(doc);
 
-    // The configuration is applied before the wide-format rule below, not
-    // after it: applying it sets the vertical scale from its key even when
-    // the key is empty, which would undo the rule meant for exactly that case.
-    TAVOCONFIG_ApplyStateConfigurationEx(audio, state, false);
     if (format.bitsPerSample > 16) {
         char kind[256] = "";
         BLSETTINGS_GetStringEx(nullptr, kind, sizeof(kind), "libtavo.draw.vertscalekind");
@@ -193,6 +189,7 @@ bool resolveLink(TavoDocument *doc, void *parent, uint32_t openFlags)
     if (AUDIOSIGNAL_IsReadOnly(signal)) state->fileFlags |= TAVOSTATE_FILE_READ_ONLY;
     const bool wasReset = (state->fileFlags & TAVOSTATE_FILE_RESET_LINK) != 0;
     state->fileFlags &= ~TAVOSTATE_FILE_RESET_LINK;
+    TAVOCONFIG_ApplyStateConfigurationEx(audio, state, false);
     state->tempo = std::max(kMinTempo, AUDIOMETADATA_GetBeatsPerMinuteEx(AUDIOSIGNAL_Metadata(signal), kMinTempo));
     lock.release();
     if (old != nullptr) AUDIOSIGNAL_Destroy(old);

@@ -105,23 +105,6 @@ const luaL_Reg kAudioMethods[] = {
     {nullptr, nullptr},
 };
 
-// Loading the library counts as one TAVO_Initialize, unloading as one
-// TAVO_Finalize, so a host (or a script's require) finds the library ready
-// without calling anything. The hooks live here, in the last source file
-// of the library, because load-time constructors run in link order: the
-// start sequence fills tables of the configuration and toolbar modules,
-// whose static objects must already be constructed. A failed step does not
-// fail the load.
-__attribute__((constructor)) void libraryLoaded()
-{
-    TAVO_Initialize();
-}
-
-__attribute__((destructor)) void libraryUnloaded()
-{
-    TAVO_Finalize();
-}
-
 }  // namespace
 
 extern "C" TAVO_API int luaopen_libtavo(lua_State *L)

@@ -93,19 +93,9 @@ void readDisplaySettings(TavoState *state)
     // 30 frames per second is the common video rate of non-drop time code.
     state->smpteFps = static_cast<int32_t>(BLSETTINGS_GetIntEx(nullptr, "libtavo.tavocanvas.smpte_fps=[%d]", 30));
     if (state->smpteFps < 1) state->smpteFps = 30;
-    // Power graph range in dB: -100 dB is below the noise floor of 16-bit
-    // audio, 0 dB is full scale.
-    state->powerMin = BLSETTINGS_GetFloatEx(nullptr, "libtavo.tavocanvas.powergraph.min=[%f]", -100.0);
-    state->powerMax = BLSETTINGS_GetFloatEx(nullptr, "libtavo.tavocanvas.powergraph.max=[%f]", 0.0);
-    if (!(state->powerMax > state->powerMin)) {
-        state->powerMin = -100.0;
-        state->powerMax = 0.0;
-    }
-    BLSETTINGS_GetStringEx(nullptr, state->spectral.preset, sizeof state->spectral.preset,
-                           "libtavo.tavocanvas.spectrogram.preset=[%s]", "default");
-    state->spectral.dynamicRange =
-        BLSETTINGS_GetFloatEx(nullptr, "libtavo.tavocanvas.spectrogram.dynamic_range=[%f]", 100.0);
-    if (!(state->spectral.dynamicRange > 0.0)) state->spectral.dynamicRange = 100.0;
+    // The power graph range, the spectrogram preset with its dynamic range
+    // and the scale kinds are read by TAVOCONFIG_ApplyStateConfigurationEx,
+    // which every document runs right after making its state.
 }
 
 TAVOSTATE makeCopy(TavoState *source, bool frozen)

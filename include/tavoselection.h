@@ -205,7 +205,8 @@ TAVO_API int32_t TAVOAUDIO_CountSelections(TAVOAUDIO audio);
 
 /* Begin of the first / end of the last selection in frames, the total
 ** selected frames, the cursor (when there is a selection) and the fixed end
-** of the first selection; -1 when none or the read lock is busy. */
+** of the first selection; -1 when none or the read lock is busy (the total
+** is 0 when nothing is selected, -1 only for a busy lock or bad handle). */
 TAVO_API int64_t TAVOAUDIO_SelectionBegin(TAVOAUDIO audio);
 TAVO_API int64_t TAVOAUDIO_SelectionEnd(TAVOAUDIO audio);
 TAVO_API int64_t TAVOAUDIO_SelectionLength(TAVOAUDIO audio);

@@ -17,27 +17,17 @@ namespace {
 // canvas, so a hit test against it never succeeds.
 constexpr int32_t kNoCenter = 134217728;
 
-void fixCorners(TAVORECT *r)
+// The integer rectangle and its floating-point twin share one rule, so
+// each helper below is written once for both.
+template <class Rect>
+void fixCorners(Rect *r)
 {
     r->right = r->left + r->width - 1;
     r->bottom = r->top + r->height - 1;
 }
 
-void fixCorners(TAVORECTF *r)
-{
-    r->right = r->left + r->width - 1.0;
-    r->bottom = r->top + r->height - 1.0;
-}
-
-void makeEmpty(TAVORECT *r)
-{
-    r->left = r->top = r->width = r->height = 0;
-    r->right = r->bottom = -1;
-}
-
-}  // namespace
-
-TAVO_API TAVORECT *TAVOUTIL_DefineRect(TAVORECT *rect, int32_t left, int32_t top, int32_t width, int32_t height)
+template <class Rect, class T>
+Rect *defineRect(Rect *rect, T left, T top, T width, T height)
 {
     if (rect == nullptr) return nullptr;
     rect->left = left;
@@ -48,7 +38,8 @@ TAVO_API TAVORECT *TAVOUTIL_DefineRect(TAVORECT *rect, int32_t left, int32_t top
     return rect;
 }
 
-TAVO_API bool TAVOUTIL_EvalDimensions(TAVORECT *rect, int32_t mode)
+template <class Rect>
+bool evalDimensions(Rect *rect, int32_t mode)
 {
     if (rect == nullptr) return false;
     switch (mode) {
@@ -66,6 +57,38 @@ TAVO_API bool TAVOUTIL_EvalDimensions(TAVORECT *rect, int32_t mode)
     default:
         return false;
     }
+}
+
+template <class Rect, class T>
+Rect *adjustedRect(Rect *result, const Rect *rect, T dl, T dt, T dr, T db)
+{
+    if (result == nullptr || rect == nullptr) return nullptr;
+    const Rect r = *rect;
+    result->left = r.left + dl;
+    result->top = r.top + dt;
+    result->right = r.right + dr;
+    result->bottom = r.bottom + db;
+    result->width = result->right - result->left + 1;
+    result->height = result->bottom - result->top + 1;
+    return result;
+}
+
+void makeEmpty(TAVORECT *r)
+{
+    r->left = r->top = r->width = r->height = 0;
+    r->right = r->bottom = -1;
+}
+
+}  // namespace
+
+TAVO_API TAVORECT *TAVOUTIL_DefineRect(TAVORECT *rect, int32_t left, int32_t top, int32_t width, int32_t height)
+{
+    return defineRect(rect, left, top, width, height);
+}
+
+TAVO_API bool TAVOUTIL_EvalDimensions(TAVORECT *rect, int32_t mode)
+{
+    return evalDimensions(rect, mode);
 }
 
 TAVO_API bool TAVOUTIL_IsRectValid(const TAVORECT *rect)
@@ -170,15 +193,7 @@ TAVO_API bool TAVOUTIL_CompareRect(const TAVORECT *a, const TAVORECT *b)
 TAVO_API TAVORECT *TAVOUTIL_AdjustedRect(TAVORECT *result, const TAVORECT *rect, int32_t dl, int32_t dt, int32_t dr,
                                          int32_t db)
 {
-    if (result == nullptr || rect == nullptr) return nullptr;
-    const TAVORECT r = *rect;
-    result->left = r.left + dl;
-    result->top = r.top + dt;
-    result->right = r.right + dr;
-    result->bottom = r.bottom + db;
-    result->width = result->right - result->left + 1;
-    result->height = result->bottom - result->top + 1;
-    return result;
+    return adjustedRect(result, rect, dl, dt, dr, db);
 }
 
 TAVO_API TAVORECT *TAVOUTIL_AdjustRect(TAVORECT *rect, int32_t dl, int32_t dt, int32_t dr, int32_t db)
@@ -349,47 +364,18 @@ TAVO_API bool TAVOUTIL_IsPointValid(const TAVOPOINT *point)
 
 TAVO_API TAVORECTF *TAVOUTIL_DefineRectF(TAVORECTF *rect, double left, double top, double width, double height)
 {
-    if (rect == nullptr) return nullptr;
-    rect->left = left;
-    rect->top = top;
-    rect->width = width;
-    rect->height = height;
-    fixCorners(rect);
-    return rect;
+    return defineRect(rect, left, top, width, height);
 }
 
 TAVO_API bool TAVOUTIL_EvalDimensionsF(TAVORECTF *rect, int32_t mode)
 {
-    if (rect == nullptr) return false;
-    switch (mode) {
-    case 2:
-        rect->width = rect->right - rect->left + 1.0;
-        rect->height = rect->bottom - rect->top + 1.0;
-        return rect->width >= 1.0 && rect->height >= 1.0;
-    case 4:
-        fixCorners(rect);
-        return true;
-    case 1:
-        rect->left = rect->right - rect->width + 1.0;
-        rect->top = rect->bottom - rect->height + 1.0;
-        return true;
-    default:
-        return false;
-    }
+    return evalDimensions(rect, mode);
 }
 
 TAVO_API TAVORECTF *TAVOUTIL_AdjustedRectF(TAVORECTF *result, const TAVORECTF *rect, double dl, double dt, double dr,
                                            double db)
 {
-    if (result == nullptr || rect == nullptr) return nullptr;
-    const TAVORECTF r = *rect;
-    result->left = r.left + dl;
-    result->top = r.top + dt;
-    result->right = r.right + dr;
-    result->bottom = r.bottom + db;
-    result->width = result->right - result->left + 1.0;
-    result->height = result->bottom - result->top + 1.0;
-    return result;
+    return adjustedRect(result, rect, dl, dt, dr, db);
 }
 
 TAVO_API TAVORECTF *TAVOUTIL_AdjustRectF(TAVORECTF *rect, double dl, double dt, double dr, double db)

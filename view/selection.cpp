@@ -750,7 +750,8 @@ TAVO_API int64_t TAVOAUDIO_SelectionLength(TAVOAUDIO audio)
     TavoDocument *doc = selectionDocument(audio);
     if (doc == nullptr) return -1;
     SelectionRead access(audio);
-    if (!access || doc->state->selections == nullptr) return -1;
+    if (!access) return -1;
+    // Nothing selected is 0 frames selected, so hosts can sum lengths.
     return TAVOSTATE_SelectionsLength(audio, doc->state->selections);
 }
 

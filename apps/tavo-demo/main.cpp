@@ -1,7 +1,8 @@
 // Starts the platform libraries and shows each at work: the version
 // registry, how a setting's value is resolved, a vetoed notification, a
-// spectrum of a test tone on both FFT back-ends, and an edit of a sound
-// saved and read back in two formats.
+// spectrum of a test tone on both FFT back-ends, an edit of a sound saved
+// and read back in two formats; then the engine: a document with
+// selections, zoom, clock texts and undo, saved and opened again.
 #include <blcore.h>
 #include <blnotify.h>
 #include <blsettings.h>
@@ -10,6 +11,13 @@
 #include <audioops.h>
 #include <audiosignal.h>
 #include <dspb.h>
+#include <tavo.h>
+#include <tavoaudio.h>
+#include <tavoconfig.h>
+#include <tavoselection.h>
+#include <tavoundo.h>
+#include <tavoutil.h>
+#include <tavozoom.h>
 
 #include <filesystem>
 #include <string>
@@ -129,6 +137,76 @@ void printEdit()
     AUDIOSIGNAL_Destroy(tone);
 }
 
+
+void printSelections(TAVOAUDIO doc, const char *what)
+{
+    std::printf("  %-34s", what);
+    const int32_t count = TAVOAUDIO_CountSelections(doc);
+    for (int32_t i = 0; i < count; ++i) {
+        const TAVOSELECTION s = TAVOAUDIO_Selection(doc, i);
+        std::printf(" [%.3f s, %.3f s]", s.begin, s.end);
+    }
+    std::printf("%s  (%lld frames selected)\n", count == 0 ? " none" : "",
+                static_cast<long long>(TAVOAUDIO_SelectionLength(doc)));
+}
+
+// The engine at work on one document: the same tone as printEdit, held by a
+// document that a host would show.
+void printDocument()
+{
+    std::printf("engine: %s\n", TAVOVERSION_String());
+    char profile[64] = "";
+    TAVOCONFIG_CurrentProfile(profile, sizeof profile);
+    std::printf("  colour profile \"%s\"\n", profile);
+
+    AUDIOSIGNAL tone = AUDIOSIGNAL_New("AUTO[sr=44100,nc=2,bits=16]");
+    std::vector<float> frames(2 * 441000);
+    for (size_t i = 0; i < frames.size() / 2; ++i)
+        frames[2 * i] = frames[2 * i + 1] = float(0.5 * std::sin(2.0 * M_PI * 440.0 * double(i) / 44100.0));
+    AUDIOSIGNAL_AppendSamples(tone, frames.data(), 441000);
+    TAVOAUDIO doc = TAVOAUDIO_NewFromSignalEx(tone, false, 0);
+    std::printf("  document \"%s\", %lld frames in view\n", TAVOAUDIO_GetDisplayName(doc),
+                static_cast<long long>(TAVOAUDIO_ViewLength(doc)));
+
+    TAVOAUDIO_AddSelectionEx(doc, 44100, 88200, -1, 1);
+    TAVOAUDIO_AddSelectionEx(doc, 88200, 132300, -1, 1);
+    printSelections(doc, "add 1-2 s, then 2-3 s (touching):");
+    TAVOAUDIO_AddSelectionEx(doc, 220500, 264600, -1, 1);
+    TAVOAUDIO_DelSelection(doc, 100000, 110000);
+    printSelections(doc, "add 5-6 s, subtract a gap:");
+    TAVOAUDIO_ClearSelectionEx2(doc, nullptr, 1 | 4);
+    printSelections(doc, "clear (recorded for undo):");
+    char label[64] = "";
+    TAVOAUDIO_NextUndoLabel(doc, label, sizeof label);
+    TAVOAUDIO_UndoEx(doc, 0);
+    printSelections(doc, (std::string("undo \"") + label + "\":").c_str());
+
+    TAVOAUDIO_ZoomIn(doc);
+    const int64_t in = TAVOAUDIO_ViewLength(doc);
+    TAVOAUDIO_ZoomOut(doc);
+    std::printf("  zoom in, then out: %lld, then %lld frames in view\n", static_cast<long long>(in),
+                static_cast<long long>(TAVOAUDIO_ViewLength(doc)));
+    char text[64];
+    TAVOUTIL_SamplesToTimeString(TAVOAUDIO_ViewLength(doc), 441000, 44100.0, text, sizeof text);
+    std::printf("  view length as a clock text: %s\n", text);
+
+    const std::filesystem::path folder = std::filesystem::temp_directory_path() / "tavo-demo";
+    std::filesystem::create_directories(folder);
+    const std::string name = (folder / "document.wav").string();
+    if (TAVOAUDIO_SaveAsEx(doc, name.c_str(), "WAV", 0)) {
+        TAVOAUDIO again = TAVOAUDIO_OpenEx(name.c_str(), "AUTO", 0);
+        std::printf("  saved and opened again as \"%s\", format \"%s\"\n", TAVOAUDIO_GetDisplayName(again),
+                    TAVOAUDIO_GetFileFormatString(again));
+        TAVOAUDIO_Close(again);
+    } else {
+        std::printf("  save failed: error %u\n", TAVOAUDIO_GetLastError(doc, true));
+    }
+    const bool refused = !TAVOAUDIO_SaveAsEx(doc, "/nonexistent-folder/x.wav", "WAV", 0);
+    std::printf("  saving into a missing folder is refused: %s (error %u)\n", refused ? "yes" : "no",
+                TAVOAUDIO_GetLastError(doc, true));
+    TAVOAUDIO_Close(doc);
+}
+
 } // namespace
 
 int main()
@@ -143,6 +221,7 @@ int main()
     printSpectrum("fftw");
     printSpectrum("kiss");
     printEdit();
+    printDocument();
     AUDIO_Finalize();
     DSPB_Finalize();
     BLCORE_Finalize();

@@ -175,6 +175,8 @@ TEST_F(TavoSelection, InvertGivesTheGaps)
 
 TEST_F(TavoSelection, QueriesOverSeveralSelections)
 {
+    EXPECT_EQ(TAVOAUDIO_SelectionLength(doc), 0);    // nothing selected is a length, not a failure
+    EXPECT_EQ(TAVOAUDIO_SelectionBegin(doc), -1);
     TAVOAUDIO_AddSelectionEx(doc, 0, 100, -1, 0);
     TAVOAUDIO_AddSelectionEx(doc, 200, 250, -1, 0);
     EXPECT_EQ(TAVOAUDIO_SelectionLength(doc), 150);   // selected frames, not the span

@@ -4,10 +4,11 @@
 // The nesting counter is a plain global without a lock: start and stop run
 // on one thread (the loader's, or the host's main thread). Loading the
 // library counts as one initialisation and unloading as one finalisation
-// (the hooks at the end of this file). Those hooks may run before another
-// file's static objects are constructed and after they are destroyed, so
-// every table the start and stop sequences touch is made on first use and
-// never destroyed by the C++ runtime.
+// (the hooks at the end of this file). The load hook may run before another
+// file's static objects are constructed, so every table the start and stop
+// sequences touch is made on first use and never destroyed by the runtime.
+#include <cstdlib>
+
 #include "audioformat.h"
 #include "blcore.h"
 #include "blsettings.h"
@@ -101,16 +102,22 @@ int32_t TAVO_Finalize(void)
 
 namespace {
 
+void libraryUnloaded()
+{
+    TAVO_Finalize();
+}
+
 // A failed step does not fail the load: the host learns of it when it uses
-// the library.
+// the library. The stop is registered with atexit rather than as an unload
+// hook: the runtime destroys the static objects of the libraries below us
+// (their handler lists, registries, stores) before it runs unload hooks,
+// while atexit handlers run in reverse order of registration, so this one
+// runs before the destructors of everything the start sequence made. When a
+// host unloads the library with dlclose, the handler runs then.
 __attribute__((constructor)) void libraryLoaded()
 {
     TAVO_Initialize();
-}
-
-__attribute__((destructor)) void libraryUnloaded()
-{
-    TAVO_Finalize();
+    std::atexit(libraryUnloaded);
 }
 
 }  // namespace

@@ -23,7 +23,13 @@ LuaRun runLua(const std::filesystem::path &folder, const std::string &script)
 {
     const std::filesystem::path file = folder / "script.lua";
     std::ofstream(file) << "package.cpath = '" TAVO_LIBRARY_DIR "/?.so;' .. package.cpath\n" << script;
-    const std::string command = std::string(TAVO_LUA_INTERPRETER) + " " + file.string() + " 2>&1";
+#ifdef TAVO_LUA_PRELOAD
+    // The interpreter's own allocations at exit are not ours to report.
+    const std::string prefix = "LD_PRELOAD=" TAVO_LUA_PRELOAD " ASAN_OPTIONS=detect_leaks=0 ";
+#else
+    const std::string prefix;
+#endif
+    const std::string command = prefix + TAVO_LUA_INTERPRETER + " " + file.string() + " 2>&1";
     LuaRun run;
     FILE *pipe = popen(command.c_str(), "r");
     if (pipe == nullptr) return run;

@@ -86,10 +86,13 @@ struct HandlerList {
     }
 };
 
+// Made on first use and never destroyed: libraries above us remove their
+// default handlers while the process exits, which may be after the runtime
+// has run the destructors of static objects.
 HandlerList &defaultHandlers()
 {
-    static HandlerList list;
-    return list;
+    static auto *list = new HandlerList();
+    return *list;
 }
 
 } // namespace

@@ -33,7 +33,6 @@ namespace {
 constexpr uint32_t kStackDefault = 128;
 constexpr uint32_t kStackMin = 4;     // fewer steps than this makes undo useless
 constexpr uint32_t kStackMax = 512;   // each step holds a state copy; bound the memory
-constexpr uint32_t kUndoChangeBits = 0x80001c18u;  // everything a step may have touched
 constexpr const char *kTimecodeField = "TIMECODE";
 // Search option that sees every region: hidden and deleted ones too, so that
 // an all-regions snapshot can put deleted regions back as they were.
@@ -904,7 +903,7 @@ TAVO_API bool TAVOAUDIO_UndoEx(TAVOAUDIO audio, uint32_t flags)
     AUDIO_FORMAT formatBefore = before;
     sendStackChanged(doc, stackEvents);
     _TAVOAUDIO_Send(doc, TAVOAUDIO_WASUNDONE, &formatBefore, &after, nullptr);
-    TAVOSTATE_NotifyChanges(audio, static_cast<int32_t>(flags), kUndoChangeBits);
+    TAVOSTATE_NotifyChanges(audio, static_cast<int32_t>(flags), TAVOAUDIO_CHANGES_ALL);
     return _TAVOAUDIO_Send(doc, TAVOAUDIO_WAS_CHANGED, nullptr, nullptr, nullptr) != 0;
 }
 
@@ -937,7 +936,7 @@ TAVO_API bool TAVOAUDIO_Redo(TAVOAUDIO audio)
     AUDIO_FORMAT formatBefore = before;
     sendStackChanged(doc, stackEvents);
     _TAVOAUDIO_Send(doc, TAVOAUDIO_WASUNDONE, &formatBefore, &after, nullptr);
-    TAVOSTATE_NotifyChanges(audio, 0, kUndoChangeBits);
+    TAVOSTATE_NotifyChanges(audio, 0, TAVOAUDIO_CHANGES_ALL);
     return _TAVOAUDIO_Send(doc, TAVOAUDIO_WAS_CHANGED, nullptr, nullptr, nullptr) != 0;
 }
 
@@ -1080,7 +1079,7 @@ TAVO_API bool TAVOAUDIO_CancelUndoableOperation(TAVOAUDIO audio)
         TAVOUNDO_DestroyUndoScript(audio, group);
     }
     TAVOAUDIO_ReleaseWriteAccess(audio);
-    if (group != nullptr) TAVOSTATE_NotifyChanges(audio, 1, kUndoChangeBits);
+    if (group != nullptr) TAVOSTATE_NotifyChanges(audio, 1, TAVOAUDIO_CHANGES_ALL);
     return ok;
 }
 
@@ -1140,7 +1139,7 @@ TAVO_API bool TAVOAUDIO_SetSampleRateEx(TAVOAUDIO audio, int32_t rate, uint32_t 
         }
     }
     TAVOAUDIO_ReleaseEditAccess(audio);
-    if (ok && (flags & 0x1u) != 0) TAVOSTATE_NotifyChanges(audio, 0, kUndoChangeBits);
+    if (ok && (flags & 0x1u) != 0) TAVOSTATE_NotifyChanges(audio, 0, TAVOAUDIO_CHANGES_ALL);
     return ok;
 }
 
@@ -1176,6 +1175,6 @@ TAVO_API bool TAVOAUDIO_SetTimecode(TAVOAUDIO audio, int64_t timecode)
         }
     }
     TAVOAUDIO_ReleaseEditAccess(audio);
-    if (ok) TAVOSTATE_NotifyChanges(audio, 0, kUndoChangeBits);
+    if (ok) TAVOSTATE_NotifyChanges(audio, 0, TAVOAUDIO_CHANGES_ALL);
     return ok;
 }

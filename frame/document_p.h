@@ -26,6 +26,11 @@
 #define TAVOAUDIO_NAME_SIZE 2048
 #define TAVOAUDIO_FORMAT_SIZE 4096
 
+/* Change bits that say everything about the signal, its file and the view
+** may have changed: sent after creation, reset, reload, undo and redo, and
+** by selection changes while the gain-change tool is shown. */
+#define TAVOAUDIO_CHANGES_ALL 0x80001c18u
+
 /* Document flags. */
 #define TAVOAUDIO_FLAG_EDITABLE 0x1u
 #define TAVOAUDIO_FLAG_NO_RECENT 0x2u          /* no recent-file event on open */
@@ -85,6 +90,67 @@ struct TavoDocument {
     int64_t firstStartTime;             /* ms */
     int64_t startTime;                  /* ms */
     int32_t remainingEstimate;          /* ms, -9999 = none yet */
+};
+
+/* Scoped guards for the document's locks, for every module that takes
+** them: the lock is held from construction to release() or the end of the
+** block. */
+/* The write lock for a block, waiting; release() ends it early so that
+** events can go out without it. */
+class TavoDocWriteLock {
+public:
+    explicit TavoDocWriteLock(struct TavoDocument *doc) : m_lock(doc->rwlock)
+    {
+        m_held = ReadWriteLock_WriteLock(m_lock);
+    }
+    ~TavoDocWriteLock() { release(); }
+    TavoDocWriteLock(const TavoDocWriteLock &) = delete;
+    TavoDocWriteLock &operator=(const TavoDocWriteLock &) = delete;
+    explicit operator bool() const { return m_held; }
+    void release()
+    {
+        if (m_held) ReadWriteLock_WriteUnlock(m_lock);
+        m_held = false;
+    }
+
+private:
+    BLRWLOCK m_lock;
+    bool m_held = false;
+};
+
+/* The read lock for a block, waiting. */
+class TavoDocReadLock {
+public:
+    explicit TavoDocReadLock(struct TavoDocument *doc) : m_lock(doc->rwlock)
+    {
+        m_held = ReadWriteLock_ReadLock(m_lock);
+    }
+    ~TavoDocReadLock() { release(); }
+    TavoDocReadLock(const TavoDocReadLock &) = delete;
+    TavoDocReadLock &operator=(const TavoDocReadLock &) = delete;
+    explicit operator bool() const { return m_held; }
+    void release()
+    {
+        if (m_held) ReadWriteLock_ReadUnlock(m_lock);
+        m_held = false;
+    }
+
+private:
+    BLRWLOCK m_lock;
+    bool m_held = false;
+};
+
+/* The signal mutex for a block. Never call into libaudiosig for long
+** under it. */
+class TavoSignalMutex {
+public:
+    explicit TavoSignalMutex(struct TavoDocument *doc) : m_mutex(doc->signalMutex) { MutexLock(m_mutex); }
+    ~TavoSignalMutex() { MutexUnlock(m_mutex); }
+    TavoSignalMutex(const TavoSignalMutex &) = delete;
+    TavoSignalMutex &operator=(const TavoSignalMutex &) = delete;
+
+private:
+    BLMUTEX m_mutex;
 };
 
 /* The live record behind `audio`, or null when the handle is null, dead or

@@ -12,67 +12,6 @@
 
 #include "frame/document_p.h"
 
-/* Change bits sent after creation, reset and reload: everything about the
-** signal and its file may have changed. */
-#define TAVOAUDIO_CHANGES_ALL 0x80001c18u
-
-/* The write lock for a block, waiting; release() ends it early so that
-** events can go out without it. */
-class TavoDocWriteLock {
-public:
-    explicit TavoDocWriteLock(struct TavoDocument *doc) : m_lock(doc->rwlock)
-    {
-        m_held = ReadWriteLock_WriteLock(m_lock);
-    }
-    ~TavoDocWriteLock() { release(); }
-    TavoDocWriteLock(const TavoDocWriteLock &) = delete;
-    TavoDocWriteLock &operator=(const TavoDocWriteLock &) = delete;
-    explicit operator bool() const { return m_held; }
-    void release()
-    {
-        if (m_held) ReadWriteLock_WriteUnlock(m_lock);
-        m_held = false;
-    }
-
-private:
-    BLRWLOCK m_lock;
-    bool m_held = false;
-};
-
-/* The read lock for a block, waiting. */
-class TavoDocReadLock {
-public:
-    explicit TavoDocReadLock(struct TavoDocument *doc) : m_lock(doc->rwlock)
-    {
-        m_held = ReadWriteLock_ReadLock(m_lock);
-    }
-    ~TavoDocReadLock() { release(); }
-    TavoDocReadLock(const TavoDocReadLock &) = delete;
-    TavoDocReadLock &operator=(const TavoDocReadLock &) = delete;
-    explicit operator bool() const { return m_held; }
-    void release()
-    {
-        if (m_held) ReadWriteLock_ReadUnlock(m_lock);
-        m_held = false;
-    }
-
-private:
-    BLRWLOCK m_lock;
-    bool m_held = false;
-};
-
-/* The signal mutex for a block. Never call into libaudiosig for long
-** under it. */
-class TavoSignalMutex {
-public:
-    explicit TavoSignalMutex(struct TavoDocument *doc) : m_mutex(doc->signalMutex) { MutexLock(m_mutex); }
-    ~TavoSignalMutex() { MutexUnlock(m_mutex); }
-    TavoSignalMutex(const TavoSignalMutex &) = delete;
-    TavoSignalMutex &operator=(const TavoSignalMutex &) = delete;
-
-private:
-    BLMUTEX m_mutex;
-};
 
 /* A new record with its pool, dispatcher, locks and view state, editable,
 ** unnamed, without signal, not registered. Null when anything failed

@@ -447,7 +447,7 @@ TAVO_API int32_t TAVOAUDIO_AddSelectionEx(TAVOAUDIO audio, int64_t begin, int64_
                         reinterpret_cast<void *>(static_cast<uintptr_t>(flags)));
     }
     if ((flags & TAVOSELECTION_FLAG_NOTIFY) != 0) {
-        access.record(state->gainToolEnabled ? TAVOSELECTION_BITS_GAIN : TAVOSELECTION_BITS_LIST);
+        access.record(state->gainToolEnabled ? TAVOAUDIO_CHANGES_ALL : TAVOSELECTION_BITS_LIST);
     }
     return 1;
 }
@@ -554,7 +554,7 @@ TAVO_API int32_t TAVOAUDIO_ClearSelectionEx2(TAVOAUDIO audio, const TAVOSELECTIO
             state->maxGainChangeValue = 2.0;
             double value = state->gainChangeValue;
             _TAVOAUDIO_Send(doc, TAVOAUDIO_GAIN_CHANGED, &value, nullptr, nullptr);
-            access.record(TAVOSELECTION_BITS_GAIN);
+            access.record(TAVOAUDIO_CHANGES_ALL);
         }
     }
     if ((flags & TAVOSELECTION_FLAG_UNDO) != 0 && (doc->flags & TAVOAUDIO_FLAG_EDITABLE) != 0 &&
@@ -701,7 +701,7 @@ TAVO_API int32_t TAVOAUDIO_ClrSelectionTrackIndex(TAVOAUDIO audio, const TAVOSEL
     // its index; only annotation tracks (1 and up) are let go.
     const bool change = match != nullptr && match->trackIndex >= 1;
     if (change) match->trackIndex = -1;
-    TAVOAUDIO_ReleaseSelectionWriteAccessEx(audio, change, TAVOSELECTION_BITS_GAIN);
+    TAVOAUDIO_ReleaseSelectionWriteAccessEx(audio, change, TAVOAUDIO_CHANGES_ALL);
     return match != nullptr ? 1 : 0;
 }
 

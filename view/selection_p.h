@@ -13,7 +13,6 @@
 /* Change bits of selection changes. */
 #define TAVOSELECTION_BITS_BAND 0x2u        /* the selecting band moved */
 #define TAVOSELECTION_BITS_LIST 0x4u        /* the selection list changed */
-#define TAVOSELECTION_BITS_GAIN 0x80001c18u /* selection changes while the gain tool is shown */
 
 #ifdef __cplusplus
 

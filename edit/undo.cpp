@@ -1127,7 +1127,7 @@ TAVO_API bool TAVOAUDIO_SetSampleRateEx(TAVOAUDIO audio, int32_t rate, uint32_t 
     TAVOUNDOSCRIPT script = nullptr;
     bool ok = signal != nullptr && !AUDIOSIGNAL_IsReadOnly(signal);
     if (ok && (flags & 0x1u) != 0) {
-        script = TAVOUNDO_CreateUndoScript(audio, "Change Sample Rate", doc->state);
+        script = TAVOUNDO_CreateUndoScript(audio, "Set Sample Rate", doc->state);
         ok = script != nullptr && TAVOUNDO_AddSetSampleRate(script, static_cast<uint32_t>(old));
     }
     if (ok) ok = _TAVOUNDO_ApplySampleRate(doc, rate);

@@ -115,6 +115,8 @@ void tearDown(TavoDocument *doc)
     // always null here and there is nothing to destroy.
     if (doc->pendingGroup != nullptr && TAVOUNDO_DestroyUndoScript(audio, doc->pendingGroup))
         doc->pendingGroup = nullptr;
+    if (doc->metadataEditionScript != nullptr && TAVOUNDO_DestroyUndoScript(audio, doc->metadataEditionScript))
+        doc->metadataEditionScript = nullptr;
     if (doc->undo != nullptr && TAVOUNDO_DestroyStack(audio)) doc->undo = nullptr;
     if (doc->state != nullptr && TAVOSTATE_Destroy(doc->state)) doc->state = nullptr;
 

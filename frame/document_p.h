@@ -64,6 +64,12 @@ struct TavoDocument {
     char *regionFileName;               /* pending external region file, or null */
     char *regionFileFormat;
 
+    /* The open metadata edition (TAVOAUDIO_BeginMetadataEdition): setters
+    ** inside it count their changes instead of sending events. */
+    bool metadataEditionOpen;
+    int32_t metadataEditionChanges;
+    TAVOUNDOSCRIPT metadataEditionScript;   /* owned until pushed or destroyed */
+
     uint32_t lastError;                 /* 0 = none, 21 = see lastErrorMessage */
     const char *lastErrorMessage;       /* not owned */
 

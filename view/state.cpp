@@ -120,6 +120,8 @@ TAVOSTATE makeCopy(TavoState *source, bool frozen)
     copy->numFrames = stateFrames(source);
     copy->document = nullptr;
     copy->frozen = frozen;
+    // Region references are counted; only the live state holds them.
+    copy->focusRegion = copy->currentRegion = copy->editRegion = copy->highlightRegion = nullptr;
     return copy;
 }
 
@@ -166,6 +168,11 @@ TAVO_API TAVOSTATE TAVOSTATE_Create(TAVOAUDIO audio)
 TAVO_API bool TAVOSTATE_Destroy(TAVOSTATE state)
 {
     if (state == nullptr) return false;
+    const AUDIOREGION regions[] = {state->focusRegion, state->currentRegion, state->editRegion,
+                                   state->highlightRegion};
+    for (AUDIOREGION region : regions) {
+        if (region != nullptr) AUDIOREGION_Dispose(region);
+    }
     BLMEM_DisposeMemDescr(state->memory);   // frees every selection node
     delete state;
     return true;

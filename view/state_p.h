@@ -16,6 +16,7 @@
 
 #include <stdint.h>
 
+#include "audioregion.h"
 #include "blmem.h"
 #include "tavoconfig.h"
 #include "tavotypes.h"
@@ -89,6 +90,20 @@ struct TavoState {
     double selectingBegin, selectingEnd;    /* seconds */
     int32_t selectingTrack;
     int64_t highlightBegin, highlightEnd;   /* frames, -1 = none */
+
+    /* visual tool shown over the waveform (0 none); edits are refused while
+    ** one is shown */
+    int32_t visualToolKind;
+
+    /* Region references of the live state: each is a counted reference
+    ** (AUDIOREGION_GetReference) released with AUDIOREGION_Dispose, or null.
+    ** Copies of the state never hold any (makeCopy clears them). */
+    AUDIOREGION focusRegion;        /* keyboard focus */
+    AUDIOREGION currentRegion;      /* the document's current region */
+    AUDIOREGION editRegion;         /* region whose label editor is open */
+    AUDIOREGION highlightRegion;    /* highlighted region */
+    uint8_t regionSearchOption;     /* last argument of every region search */
+    bool regionEditLabelMode;
 
     /* gain-change tool */
     bool gainToolEnabled;

@@ -365,7 +365,8 @@ TAVO_API int32_t TAVOSTATE_OffsetSelection(TAVOSTATE state, double offset, doubl
 {
     if (state == nullptr || state->frozen) return 0;
     TAVOSELECTION *s = state->selections;
-    while (s != nullptr && from > s->end) s = s->next;
+    // A selection that ends at the insertion point lies before it and stays.
+    while (s != nullptr && from >= s->end) s = s->next;
     if (s == nullptr) return 1;
     // A selection that the insertion point cuts grows (or shrinks) at its end.
     if (s->begin < from && from < s->end) {
@@ -557,7 +558,11 @@ TAVO_API int32_t TAVOAUDIO_ClearSelectionEx2(TAVOAUDIO audio, const TAVOSELECTIO
             access.record(TAVOAUDIO_CHANGES_ALL);
         }
     }
+    // Inside an edit command (edit depth raised) the command's own undo step
+    // already holds the selections as they were before it; a "Selection"
+    // step on top would make the first undo restore only the selection.
     if ((flags & TAVOSELECTION_FLAG_UNDO) != 0 && (doc->flags & TAVOAUDIO_FLAG_EDITABLE) != 0 &&
+        !TAVOAUDIO_IsEditing(audio) &&
         BLSETTINGS_GetBoolEx(nullptr, "libtavo.editoptions.create_undo_for_selection_operations=[true]")) {
         // The step carries no action: undoing it restores the selections
         // from the state copy taken here, before the clear.

@@ -85,6 +85,27 @@ bool saveRegionFiles(AUDIOSIGNAL signal, const char *audioName)
     return external && sidecars;
 }
 
+// Whether the document's own regions or markers would be left out of a
+// file of `format`; the host hears it (TAVOEVENT_SAVE_IGNORING_REGIONS with
+// the format text) and may cancel the save by answering 0. Annotation
+// tracks are not concerned: they are written as sidecar files in any format.
+bool acceptIgnoredRegions(TavoDocument *doc, AUDIOSIGNAL signal, const std::string &format)
+{
+    // "FROM_FORMAT" (no format given) asks about the signal's own format.
+    const char *target = format == "FROM_FORMAT" ? nullptr : format.c_str();
+    int32_t lost = 0;
+    {
+        TavoDocReadLock lock(doc);
+        if (!AUDIOSIGNAL_FormatSupportRegion(signal, target, AUDIOSIGNAL_SUPPORT_REGIONS))
+            lost += AUDIOSIGNAL_CountRegions(signal, 0, AUDIOREGION_SEARCH_HIDDEN | AUDIOREGION_SEARCH_NO_MARKERS);
+        if (!AUDIOSIGNAL_FormatSupportRegion(signal, target, AUDIOSIGNAL_SUPPORT_MARKERS))
+            lost += AUDIOSIGNAL_CountRegions(signal, 0, AUDIOREGION_SEARCH_HIDDEN | AUDIOREGION_SEARCH_MARKERS_ONLY);
+    }
+    if (lost == 0) return true;
+    return _TAVOAUDIO_Send(doc, TAVOEVENT_SAVE_IGNORING_REGIONS, const_cast<char *>(format.c_str()), &lost,
+                           nullptr) != 0;
+}
+
 // The save-as routine that saving in place ends in as well.
 bool saveAs(TavoDocument *doc, const std::string &fileName, const std::string &format, uint32_t flags)
 {
@@ -92,6 +113,10 @@ bool saveAs(TavoDocument *doc, const std::string &fileName, const std::string &f
     AUDIOSIGNAL signal = _TAVOAUDIO_Signal(doc);
     if (signal == nullptr) {
         storeSignalError(doc, AUDIO_ERROR_EMPTY);
+        return false;
+    }
+    if (!acceptIgnoredRegions(doc, signal, format)) {
+        storeSignalError(doc, AUDIO_ERROR_CANCELLED);
         return false;
     }
     const bool copyOnly = (flags & TAVOAUDIO_SAVE_COPY) != 0;

@@ -96,6 +96,7 @@ struct TavoDocument {
     int64_t firstStartTime;             /* ms */
     int64_t startTime;                  /* ms */
     int32_t remainingEstimate;          /* ms, -9999 = none yet */
+    char masterTrackId[256];            /* id of the master annotation track, "" = none (regions/tracks.cpp) */
 };
 
 /* Scoped guards for the document's locks, for every module that takes

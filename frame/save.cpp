@@ -22,6 +22,7 @@
 #include "tavoaudio.h"
 #include "tavonotify.h"
 #include "tavoproc.h"
+#include "tavoregions.h"
 #include "tavostate.h"
 #include "tavoundo.h"
 #include "tavozoom.h"
@@ -85,27 +86,6 @@ bool saveRegionFiles(AUDIOSIGNAL signal, const char *audioName)
     return external && sidecars;
 }
 
-// Whether the document's own regions or markers would be left out of a
-// file of `format`; the host hears it (TAVOEVENT_SAVE_IGNORING_REGIONS with
-// the format text) and may cancel the save by answering 0. Annotation
-// tracks are not concerned: they are written as sidecar files in any format.
-bool acceptIgnoredRegions(TavoDocument *doc, AUDIOSIGNAL signal, const std::string &format)
-{
-    // "FROM_FORMAT" (no format given) asks about the signal's own format.
-    const char *target = format == "FROM_FORMAT" ? nullptr : format.c_str();
-    int32_t lost = 0;
-    {
-        TavoDocReadLock lock(doc);
-        if (!AUDIOSIGNAL_FormatSupportRegion(signal, target, AUDIOSIGNAL_SUPPORT_REGIONS))
-            lost += AUDIOSIGNAL_CountRegions(signal, 0, AUDIOREGION_SEARCH_HIDDEN | AUDIOREGION_SEARCH_NO_MARKERS);
-        if (!AUDIOSIGNAL_FormatSupportRegion(signal, target, AUDIOSIGNAL_SUPPORT_MARKERS))
-            lost += AUDIOSIGNAL_CountRegions(signal, 0, AUDIOREGION_SEARCH_HIDDEN | AUDIOREGION_SEARCH_MARKERS_ONLY);
-    }
-    if (lost == 0) return true;
-    return _TAVOAUDIO_Send(doc, TAVOEVENT_SAVE_IGNORING_REGIONS, const_cast<char *>(format.c_str()), &lost,
-                           nullptr) != 0;
-}
-
 // The save-as routine that saving in place ends in as well.
 bool saveAs(TavoDocument *doc, const std::string &fileName, const std::string &format, uint32_t flags)
 {
@@ -115,7 +95,10 @@ bool saveAs(TavoDocument *doc, const std::string &fileName, const std::string &f
         storeSignalError(doc, AUDIO_ERROR_EMPTY);
         return false;
     }
-    if (!acceptIgnoredRegions(doc, signal, format)) {
+    // The host hears when the document's own regions or markers cannot go
+    // into a file of this format, and may cancel ("FROM_FORMAT": the
+    // document's own format).
+    if (TAVOAUDIO_CheckSaveIgnoringRegions(audio, format == "FROM_FORMAT" ? nullptr : format.c_str()) == 0) {
         storeSignalError(doc, AUDIO_ERROR_CANCELLED);
         return false;
     }

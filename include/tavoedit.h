@@ -130,7 +130,9 @@ TAVO_API bool TAVOAUDIO_LinearTransform(TAVOAUDIO audio, const double *gains, co
                                         const char *label);
 
 /* The same on each of `selections` (null: the document's, or the whole
-** signal without any). Default label "Gain/Offset Transform". */
+** signal without any). `flag` bit 0x1: each selection ramps from unity at
+** its first frame to the given gain and offset at its last. Default label
+** "Gain/Offset Transform". */
 TAVO_API bool TAVOAUDIO_LinearTransformSelectionEx2(TAVOAUDIO audio, const double *gains, const double *offsets,
                                                     const char *label, const TAVOSELECTION *selections,
                                                     uint32_t flag);

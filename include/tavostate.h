@@ -76,7 +76,8 @@ TAVO_API int32_t TAVOSTATE_AdjustSampleRate(TAVOSTATE state, double oldRate, dou
 ** null state, a negative frame count or a factor that is not positive. */
 TAVO_API bool TAVOSTATE_AdjustViewEx(TAVOSTATE state, int64_t numFrames, double timeFactor);
 
-/* Clears the region-related display state (highlight range). False for null. */
+/* Clears the region-related display state: the highlight range and the
+** highlight region reference. False for null. */
 TAVO_API bool TAVOSTATE_ResetRegionsState(TAVOSTATE state);
 
 /* ---- change notification ------------------------------------------------------ */

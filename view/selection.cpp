@@ -392,7 +392,7 @@ TAVO_API int32_t TAVOAUDIO_AddSelectionEx(TAVOAUDIO audio, int64_t begin, int64_
     SelectionWrite access(audio);
     if (!access) return 0;
     TAVOSTATE state = doc->state;
-    state->highlightBegin = state->highlightEnd = -1;
+    TAVOSTATE_ResetRegionsState(state);
 
     const int64_t lo = TAVOAUDIO_LimitedBegin(audio);
     const int64_t hi = TAVOAUDIO_LimitedEnd(audio);
@@ -500,7 +500,7 @@ TAVO_API int32_t TAVOAUDIO_DelSelection(TAVOAUDIO audio, int64_t begin, int64_t 
     if (state->selections == nullptr) {
         resetList(state);
         state->cursorOnly = true;
-        state->highlightBegin = state->highlightEnd = -1;
+        TAVOSTATE_ResetRegionsState(state);
     }
     _TAVOAUDIO_Send(doc, TAVOAUDIO_SELECTION_DELETED, &lo, &hi, nullptr);
     // The list changed: owed a redraw once the outermost access ends.
@@ -543,7 +543,7 @@ TAVO_API int32_t TAVOAUDIO_ClearSelectionEx2(TAVOAUDIO audio, const TAVOSELECTIO
     SelectionWrite access(audio);
     if (!access) return 0;
     TAVOSTATE state = doc->state;
-    state->highlightBegin = state->highlightEnd = -1;
+    TAVOSTATE_ResetRegionsState(state);
     if (_TAVOAUDIO_Send(doc, TAVOAUDIO_BEFORE_SELECTION_CLEAR, nullptr, nullptr, nullptr) == 0) return 0;
 
     if (state->gainToolEnabled) {

@@ -303,6 +303,10 @@ TAVO_API bool TAVOSTATE_ResetRegionsState(TAVOSTATE state)
     if (state == nullptr) return false;
     state->highlightBegin = -1;
     state->highlightEnd = -1;
+    if (state->highlightRegion != nullptr) {
+        AUDIOREGION_Dispose(state->highlightRegion);
+        state->highlightRegion = nullptr;
+    }
     return true;
 }
 

@@ -104,6 +104,7 @@ struct TavoState {
     AUDIOREGION highlightRegion;    /* highlighted region */
     uint8_t regionSearchOption;     /* last argument of every region search */
     bool regionEditLabelMode;
+    char regionsHighlight[256];     /* highlight text (TAVOAUDIO_SetRegionsHighlight), "" = none */
 
     /* gain-change tool */
     bool gainToolEnabled;

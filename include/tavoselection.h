@@ -173,7 +173,8 @@ TAVO_API int32_t TAVOAUDIO_SelectAudioEx(TAVOAUDIO audio, int64_t begin, int64_t
 
 /* Replace the selections by the whole signal, the visible stretch, or the
 ** stretch from the cursor to the start / to the end (the cursor then sits
-** at the start / the end). */
+** at the start / the end). While a region has the focus, SelectAll selects
+** the regions of its track instead (TAVOAUDIO_SelectAllRegionsEx). */
 TAVO_API int32_t TAVOAUDIO_SelectAll(TAVOAUDIO audio);
 TAVO_API int32_t TAVOAUDIO_SelectVisible(TAVOAUDIO audio);
 TAVO_API int32_t TAVOAUDIO_SelectToStart(TAVOAUDIO audio);

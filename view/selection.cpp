@@ -19,6 +19,7 @@
 #include "tavoaudio.h"
 #include "tavoconfig.h"
 #include "tavonotify.h"
+#include "tavoregionview.h"
 #include "tavoselection.h"
 #include "tavostate.h"
 #include "tavoundo.h"
@@ -603,8 +604,14 @@ TAVO_API int32_t TAVOAUDIO_SelectAll(TAVOAUDIO audio)
 {
     TavoDocument *doc = selectionDocument(audio);
     if (doc == nullptr) return 0;
-    // With a focused region the regions of its track would be selected;
-    // region focus is kept by the regions module, so the whole signal is.
+    // With a region in focus, "all" means the regions of its track, from
+    // its first to its last region; otherwise the whole signal.
+    AUDIOREGION focused = TAVOAUDIO_ReferenceRegionOnFocus(audio);
+    if (focused != nullptr) {
+        const int32_t track = TAVOAUDIO_GetRegionTrackIndex(audio, focused);
+        AUDIOREGION_Dispose(focused);
+        if (track >= 0) return TAVOAUDIO_SelectAllRegionsEx(audio, track) > 0 ? 1 : 0;
+    }
     return TAVOAUDIO_SelectAudioEx(audio, 0, frameCount(doc), -1, 7);
 }
 

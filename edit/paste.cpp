@@ -165,6 +165,18 @@ AUDIOSIGNAL makeSilence(TAVOAUDIO audio, int64_t length)
     return AUDIOSIGNAL_CreateSilence(length, format);
 }
 
+// Under the read lock: the working copy (attached to the document), a copy
+// of the selections and the cursor, as one consistent picture.
+bool takeWorkingState(TavoDocument *doc, TavoWorkingCopy &work, TavoSelectionsCopy &selections, int64_t *cursor)
+{
+    TavoDocReadLock lock(doc);
+    if (!lock) return false;
+    if (!work.make(_TAVOAUDIO_Signal(doc), 0) || !work.attach(doc)) return false;
+    if (!selections.take(doc)) return false;
+    *cursor = doc->state->cursor;
+    return true;
+}
+
 } // namespace
 
 TAVO_API bool TAVOAUDIO_PasteEx(TAVOAUDIO audio, AUDIOSIGNAL source, uint32_t flags, const char *label)
@@ -175,13 +187,7 @@ TAVO_API bool TAVOAUDIO_PasteEx(TAVOAUDIO audio, AUDIOSIGNAL source, uint32_t fl
     TavoWorkingCopy work;
     TavoSelectionsCopy selections;
     int64_t cursor = 0;
-    {
-        TavoDocReadLock lock(doc);
-        if (!lock) return false;
-        if (!work.make(_TAVOAUDIO_Signal(doc), 0) || !work.attach(doc)) return false;
-        if (!selections.take(doc)) return false;
-        cursor = doc->state->cursor;
-    }
+    if (!takeWorkingState(doc, work, selections, &cursor)) return false;
 
     // At the cursor, or in place of the first selection.
     const TAVOSELECTION *first = selections.list();
@@ -338,13 +344,7 @@ TAVO_API bool TAVOAUDIO_PasteToFitEx(TAVOAUDIO audio, AUDIOSIGNAL source, uint32
     TavoWorkingCopy work;
     TavoSelectionsCopy selections;
     int64_t cursor = 0;
-    {
-        TavoDocReadLock lock(doc);
-        if (!lock) return false;
-        if (!work.make(_TAVOAUDIO_Signal(doc), 0) || !work.attach(doc)) return false;
-        if (!selections.take(doc)) return false;
-        cursor = doc->state->cursor;
-    }
+    if (!takeWorkingState(doc, work, selections, &cursor)) return false;
     // The selection gives the length to fit: without one there is nothing
     // to fit to, and the paste is refused (a plain paste is the host's
     // choice then).

@@ -149,6 +149,17 @@ std::vector<AUDIOREGION> highlightMatches(AUDIOSIGNAL signal, const TavoState *s
     return matches;
 }
 
+// The live region a reference slot of the view state names (the slot is
+// dropped when its region left), null when none or the lock is busy.
+AUDIOREGION resolveSlot(TAVOAUDIO audio, AUDIOREGION TavoState::*slot)
+{
+    TavoDocument *doc = _TAVOREGIONVIEW_Document(audio);
+    if (doc == nullptr) return nullptr;
+    SelectionRead access(audio);
+    if (!access) return nullptr;
+    return _TAVOREGIONVIEW_Resolve(_TAVOAUDIO_Signal(doc), &(doc->state->*slot));
+}
+
 }  // namespace
 
 // ---- shared helpers ----------------------------------------------------------------
@@ -254,11 +265,7 @@ void _TAVOREGIONVIEW_Notify(TAVOAUDIO audio)
 
 TAVO_API AUDIOREGION TAVOAUDIO_GetRegionOnFocus(TAVOAUDIO audio)
 {
-    TavoDocument *doc = _TAVOREGIONVIEW_Document(audio);
-    if (doc == nullptr) return nullptr;
-    SelectionRead access(audio);
-    if (!access) return nullptr;
-    return _TAVOREGIONVIEW_Resolve(_TAVOAUDIO_Signal(doc), &doc->state->focusRegion);
+    return resolveSlot(audio, &TavoState::focusRegion);
 }
 
 TAVO_API AUDIOREGION TAVOAUDIO_ReferenceRegionOnFocus(TAVOAUDIO audio)
@@ -285,11 +292,7 @@ TAVO_API int32_t TAVOAUDIO_SetFocusOnRegion(TAVOAUDIO audio, AUDIOREGION region)
 
 TAVO_API AUDIOREGION TAVOAUDIO_GetCurrentRegion(TAVOAUDIO audio)
 {
-    TavoDocument *doc = _TAVOREGIONVIEW_Document(audio);
-    if (doc == nullptr) return nullptr;
-    SelectionRead access(audio);
-    if (!access) return nullptr;
-    return _TAVOREGIONVIEW_Resolve(_TAVOAUDIO_Signal(doc), &doc->state->currentRegion);
+    return resolveSlot(audio, &TavoState::currentRegion);
 }
 
 TAVO_API AUDIOREGION TAVOAUDIO_ReferenceCurrentRegion(TAVOAUDIO audio)
@@ -320,11 +323,7 @@ TAVO_API int32_t TAVOAUDIO_SetCurrentRegion(TAVOAUDIO audio, AUDIOREGION region)
 
 TAVO_API AUDIOREGION TAVOAUDIO_GetRegionOnEdit(TAVOAUDIO audio)
 {
-    TavoDocument *doc = _TAVOREGIONVIEW_Document(audio);
-    if (doc == nullptr) return nullptr;
-    SelectionRead access(audio);
-    if (!access) return nullptr;
-    return _TAVOREGIONVIEW_Resolve(_TAVOAUDIO_Signal(doc), &doc->state->editRegion);
+    return resolveSlot(audio, &TavoState::editRegion);
 }
 
 TAVO_API int32_t TAVOAUDIO_SetEditingRegion(TAVOAUDIO audio, AUDIOREGION region)

@@ -12,6 +12,7 @@
 #include "blnotify.h"
 #include "blsettings.h"
 #include "document_fixture.h"
+#include "edit_helpers.h"
 #include "tavoaudio.h"
 #include "tavoedit.h"
 #include "tavonotify.h"
@@ -21,24 +22,9 @@
 
 namespace {
 
-std::vector<float> Channel(AUDIOSIGNAL signal, int32_t channel = 0)
-{
-    std::vector<float> out(static_cast<size_t>(AUDIOSIGNAL_NumFrames(signal)));
-    AUDIOSIGNAL_GetChannelSamplesEx(signal, channel, 0, static_cast<int64_t>(out.size()), out.data());
-    return out;
-}
-
-std::vector<float> Slice(const std::vector<float> &v, size_t begin, size_t end)
-{
-    return std::vector<float>(v.begin() + static_cast<long>(begin), v.begin() + static_cast<long>(end));
-}
-
-std::vector<float> Join(std::initializer_list<std::vector<float>> parts)
-{
-    std::vector<float> out;
-    for (const auto &p : parts) out.insert(out.end(), p.begin(), p.end());
-    return out;
-}
+using tavotest::Channel;
+using tavotest::Slice;
+using tavotest::Join;
 
 std::string NextUndo(TAVOAUDIO doc)
 {

@@ -17,6 +17,7 @@
 #include "audiosignal.h"
 #include "blnotify.h"
 #include "document_fixture.h"
+#include "edit_helpers.h"
 #include "tavoaudio.h"
 #include "tavoedit.h"
 #include "tavonotify.h"
@@ -26,26 +27,11 @@
 
 namespace {
 
+using tavotest::Channel;
+using tavotest::Slice;
+using tavotest::Join;
+
 using Ranges = std::vector<std::pair<int64_t, int64_t>>;
-
-std::vector<float> Channel(AUDIOSIGNAL signal, int32_t channel = 0)
-{
-    std::vector<float> out(static_cast<size_t>(AUDIOSIGNAL_NumFrames(signal)));
-    AUDIOSIGNAL_GetChannelSamplesEx(signal, channel, 0, static_cast<int64_t>(out.size()), out.data());
-    return out;
-}
-
-std::vector<float> Slice(const std::vector<float> &v, size_t begin, size_t end)
-{
-    return std::vector<float>(v.begin() + static_cast<long>(begin), v.begin() + static_cast<long>(end));
-}
-
-std::vector<float> Join(std::initializer_list<std::vector<float>> parts)
-{
-    std::vector<float> out;
-    for (const auto &p : parts) out.insert(out.end(), p.begin(), p.end());
-    return out;
-}
 
 // A mono signal at `rate` whose frame i holds a ramp value distinct from
 // the sine of the documents.

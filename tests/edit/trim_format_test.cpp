@@ -12,6 +12,7 @@
 #include "audiosignal.h"
 #include "blsettings.h"
 #include "document_fixture.h"
+#include "edit_helpers.h"
 #include "tavoaudio.h"
 #include "tavoedit.h"
 #include "tavoselection.h"
@@ -19,6 +20,8 @@
 #include "tavozoom.h"
 
 namespace {
+
+using tavotest::MakeDocument;
 
 using Channels = std::vector<std::vector<float>>;
 
@@ -36,20 +39,6 @@ std::string NextUndo(TAVOAUDIO doc)
 {
     char label[TAVOUNDO_LABEL_SIZE] = "";
     return TAVOAUDIO_NextUndoLabel(doc, label, sizeof label) ? std::string(label) : std::string("<none>");
-}
-
-TAVOAUDIO MakeDocument(int32_t rate, const Channels &channels)
-{
-    const std::string format = "AUTO[sr=" + std::to_string(rate) + ",nc=" + std::to_string(channels.size()) + "]";
-    AUDIOSIGNAL signal = AUDIOSIGNAL_New(format.c_str());
-    const size_t frames = channels[0].size();
-    std::vector<float> interleaved(frames * channels.size());
-    for (size_t i = 0; i < frames; ++i)
-        for (size_t c = 0; c < channels.size(); ++c) interleaved[i * channels.size() + c] = channels[c][i];
-    if (frames > 0) AUDIOSIGNAL_AppendSamples(signal, interleaved.data(), static_cast<int64_t>(frames));
-    TAVOAUDIO doc = TAVOAUDIO_NewFromSignalEx(signal, false, 0);
-    if (doc == nullptr) AUDIOSIGNAL_Destroy(signal);
-    return doc;
 }
 
 // Every frame a different value (the period is longer than any test

@@ -89,6 +89,13 @@ bool dropReference(AUDIOREGION &slot, AUDIOREGION region)
 
 }  // namespace
 
+void _TAVOREGIONS_DropFocus(TavoDocument *doc)
+{
+    if (doc->state->focusRegion == nullptr) return;
+    AUDIOREGION_Dispose(doc->state->focusRegion);
+    doc->state->focusRegion = nullptr;
+}
+
 bool _TAVOREGIONS_DropFocusIf(TavoDocument *doc, AUDIOREGION region)
 {
     return dropReference(doc->state->focusRegion, region);
@@ -275,10 +282,7 @@ int32_t deleteList(TavoDocument *doc, const std::vector<AUDIOREGION> &regions)
             TAVOUNDO_PushUndoScript(doc, script);
             neighbour = neighbourIn(lastTrack, targets.back(), true);
             if (neighbour == nullptr) neighbour = neighbourIn(firstTrack, targets.front(), false);
-            if (neighbour == nullptr && doc->state->focusRegion != nullptr) {
-                AUDIOREGION_Dispose(doc->state->focusRegion);
-                doc->state->focusRegion = nullptr;
-            }
+            if (neighbour == nullptr) _TAVOREGIONS_DropFocus(doc);
         }
     }
     // Selecting sends events of its own, so it runs without the lock.
@@ -494,10 +498,7 @@ TAVO_API int32_t TAVOAUDIO_MergeSelectedRegions(TAVOAUDIO audio)
             _TAVOREGIONS_Rollback(doc, script);
         } else {
             TAVOUNDO_PushUndoScript(doc, script);
-            if (doc->state->focusRegion != nullptr) {
-                AUDIOREGION_Dispose(doc->state->focusRegion);
-                doc->state->focusRegion = nullptr;
-            }
+            _TAVOREGIONS_DropFocus(doc);
         }
     }
     if (merged > 0) _TAVOREGIONS_After(doc, external && !failed, nullptr);

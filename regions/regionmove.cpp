@@ -206,9 +206,10 @@ TAVO_API int32_t TAVOAUDIO_ChangeRegionBegin(TAVOAUDIO audio, AUDIOREGION region
 
 TAVO_API int32_t TAVOAUDIO_ChangeOnFocusRegionBegin(TAVOAUDIO audio, int64_t frame)
 {
-    TavoDocument *doc = _TAVOAUDIO_Validate(audio);
-    if (doc == nullptr || doc->state == nullptr) return 0;
-    return TAVOAUDIO_ChangeRegionBegin(audio, doc->state->focusRegion, frame);
+    // The getter follows the focus across signal swaps (edits install a
+    // working copy with handles of its own).
+    AUDIOREGION focused = TAVOAUDIO_GetRegionOnFocus(audio);
+    return focused != nullptr ? TAVOAUDIO_ChangeRegionBegin(audio, focused, frame) : 0;
 }
 
 TAVO_API int32_t TAVOAUDIO_ChangeRegionEnd(TAVOAUDIO audio, AUDIOREGION region, int64_t frame)
@@ -228,9 +229,10 @@ TAVO_API int32_t TAVOAUDIO_ChangeRegionEnd(TAVOAUDIO audio, AUDIOREGION region, 
 
 TAVO_API int32_t TAVOAUDIO_ChangeOnFocusRegionEnd(TAVOAUDIO audio, int64_t frame)
 {
-    TavoDocument *doc = _TAVOAUDIO_Validate(audio);
-    if (doc == nullptr || doc->state == nullptr) return 0;
-    return TAVOAUDIO_ChangeRegionEnd(audio, doc->state->focusRegion, frame);
+    // The getter follows the focus across signal swaps (edits install a
+    // working copy with handles of its own).
+    AUDIOREGION focused = TAVOAUDIO_GetRegionOnFocus(audio);
+    return focused != nullptr ? TAVOAUDIO_ChangeRegionEnd(audio, focused, frame) : 0;
 }
 
 TAVO_API int32_t TAVOAUDIO_ResizeRegion(TAVOAUDIO audio, AUDIOREGION region, int64_t begin, int64_t end)

@@ -41,6 +41,10 @@ int64_t _TAVOREGIONS_EndFrame(AUDIOSIGNAL signal, AUDIOREGION region);
 /* Frames to seconds of the signal's format. */
 double _TAVOREGIONS_Seconds(AUDIOSIGNAL signal, int64_t frame);
 
+/* Releases the focus reference, whatever region it names. Call with the
+** write lock held. */
+void _TAVOREGIONS_DropFocus(struct TavoDocument *doc);
+
 /* Drops the state's focus / highlight reference when it names `region`
 ** (same identity). Call with the write lock held. True when one was dropped. */
 bool _TAVOREGIONS_DropFocusIf(struct TavoDocument *doc, AUDIOREGION region);

@@ -51,6 +51,14 @@ uint64_t _TAVOAUDIO_FileStamp(const char *path);
 /* The file-state flags of the document's view state (0 without state). */
 uint32_t _TAVOAUDIO_FileFlags(struct TavoDocument *doc);
 
+/* Writes changed external region tracks and the annotation tracks kept as
+** sidecars of `audioName`: their regions as SRT files, their own properties
+** in the track list beside them. False when any write failed, with the
+** signal library's error bits in *error (may be null). Call with read or
+** write access held. */
+bool _TAVOAUDIO_SaveRegionFiles(struct TavoDocument *doc, AUDIOSIGNAL signal, const char *audioName,
+                                uint32_t *error);
+
 /* Reads the annotation tracks kept as sidecar region files of the audio file
 ** ("<name without extension>.<track id>.srt"). Call with the write lock
 ** held. Returns how many were read. */

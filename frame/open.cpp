@@ -18,6 +18,7 @@
 #include "blstring.h"
 #include "frame/document_p.h"
 #include "frame/lifecycle_p.h"
+#include "regions/track_sidecar_p.h"
 #include "tavoaudio.h"
 #include "tavoconfig.h"
 #include "tavodefines.h"
@@ -197,7 +198,16 @@ bool resolveLink(TavoDocument *doc, void *parent, uint32_t openFlags)
     // Links and streams have no folder of their own to hold sidecars.
     if (format.formatTag != AUDIO_FORMATTAG_LINK && format.formatTag != AUDIO_FORMATTAG_STREAM) {
         TavoDocWriteLock again(doc);
-        if (again) _TAVOAUDIO_ReadSidecarRegions(doc, signal);
+        if (again) {
+            // The tracks listed beside the file are made first, in their
+            // saved order, so that the SRT sidecars fill them rather than
+            // add tracks in folder order; their properties and links follow
+            // once every track exists.
+            TavoTrackSidecar tracks(doc->fileName);
+            tracks.createTracks(signal);
+            _TAVOAUDIO_ReadSidecarRegions(doc, signal);
+            tracks.apply(doc, signal);
+        }
     }
 
     if (wasReset) {

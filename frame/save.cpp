@@ -19,6 +19,7 @@
 #include "blstring.h"
 #include "frame/document_p.h"
 #include "frame/lifecycle_p.h"
+#include "regions/track_sidecar_p.h"
 #include "tavoaudio.h"
 #include "tavonotify.h"
 #include "tavoproc.h"
@@ -76,16 +77,6 @@ bool effectiveFileFormat(const char *text, AUDIO_FORMAT current, char *out, size
     return true;
 }
 
-// Writes changed external region tracks and the annotation tracks kept as
-// sidecars of `audioName`. False when any write failed.
-bool saveRegionFiles(AUDIOSIGNAL signal, const char *audioName)
-{
-    uint32_t error = 0;
-    const bool external = AUDIOSIGNAL_SaveExternalRegions(signal, &error);
-    const bool sidecars = AUDIOSIGNAL_SaveSrtSidecars(signal, audioName);
-    return external && sidecars;
-}
-
 // The save-as routine that saving in place ends in as well.
 bool saveAs(TavoDocument *doc, const std::string &fileName, const std::string &format, uint32_t flags)
 {
@@ -139,7 +130,7 @@ bool saveAs(TavoDocument *doc, const std::string &fileName, const std::string &f
                 doc->state->fileFlags |= TAVOSTATE_FILE_OWN;
                 doc->state->fileFlags &= ~(TAVOSTATE_FILE_ASK_ON_CLOSE | TAVOSTATE_FILE_RECOVERED |
                                            TAVOSTATE_FILE_RESET_LINK);
-                regionFilesFailed = !saveRegionFiles(signal, canonical);
+                regionFilesFailed = !_TAVOAUDIO_SaveRegionFiles(doc, signal, canonical, nullptr);
             }
         }
     }
@@ -164,6 +155,16 @@ void formatStamp(uint64_t stamp, char *buffer, size_t size)
 }
 
 } // namespace
+
+bool _TAVOAUDIO_SaveRegionFiles(TavoDocument *doc, AUDIOSIGNAL signal, const char *audioName, uint32_t *error)
+{
+    uint32_t failure = 0;
+    const bool external = AUDIOSIGNAL_SaveExternalRegions(signal, &failure);
+    const bool sidecars = AUDIOSIGNAL_SaveSrtSidecars(signal, audioName);
+    const bool tracks = _TAVOTRACKS_SaveTrackSidecar(doc, signal, audioName);
+    if (error != nullptr) *error = failure == 0 && !(sidecars && tracks) ? AUDIO_ERROR_CANNOT_WRITE : failure;
+    return external && sidecars && tracks;
+}
 
 TAVO_API bool TAVOAUDIO_SaveAsEx(TAVOAUDIO audio, const char *fileName, const char *format, uint32_t flags)
 {
@@ -190,8 +191,24 @@ TAVO_API bool TAVOAUDIO_SaveEx(TAVOAUDIO audio, uint32_t flags)
     const std::string format = doc->fileFormat;
 
     if (!forced && !AUDIOSIGNAL_HasChangesEx(signal, AUDIOSIGNAL_CHANGE_AUDIO)) {
-        if (AUDIOSIGNAL_HasChangesEx(signal, AUDIOSIGNAL_CHANGE_REGIONS) && !saveRegionFiles(signal, fileName.c_str()))
-            _TAVOAUDIO_Send(doc, TAVOAUDIO_SAVE_EXTERNAL_REGION_FAIL, nullptr, nullptr, nullptr);
+        if (AUDIOSIGNAL_HasChangesEx(signal, AUDIOSIGNAL_CHANGE_REGIONS)) {
+            bool written = false;
+            {
+                TavoDocReadLock lock(doc);
+                if (!lock) return false;
+                written = _TAVOAUDIO_SaveRegionFiles(doc, signal, fileName.c_str(), nullptr);
+            }
+            if (!written) {
+                // Rewriting the audio cannot make a region file writable, and
+                // would only report the same failure again. The save stops
+                // here with false: the audio file and its tags are as they
+                // were, the document still counts as changed, and the next
+                // save tries again.
+                storeSignalError(doc, AUDIO_ERROR_CANNOT_WRITE);
+                _TAVOAUDIO_Send(doc, TAVOAUDIO_SAVE_EXTERNAL_REGION_FAIL, nullptr, nullptr, nullptr);
+                return false;
+            }
+        }
 
         if (AUDIOSIGNAL_HasChangesEx(signal, AUDIOSIGNAL_CHANGE_METADATA)) {
             bool updated = false;

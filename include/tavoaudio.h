@@ -98,7 +98,10 @@ TAVO_API bool TAVOAUDIO_ProbeFileEx(const char *fileName, const char *format, AU
 /* Saves a document that has a file of its own back to it, rewriting only
 ** what changed (external region files, tags in place, or the whole file).
 ** False without a file of its own, without audio, for a read-only format,
-** or when writing failed (the old file stays as it was). UI thread. */
+** or when writing failed (the old file stays as it was). When only regions
+** changed and their files cannot be written, false after one
+** TAVOAUDIO_SAVE_EXTERNAL_REGION_FAIL, the audio file untouched and the
+** document still changed. UI thread. */
 TAVO_API bool TAVOAUDIO_SaveEx(TAVOAUDIO audio, uint32_t flags);
 
 /* Writes the document to `fileName` in `format` (null: "FROM_FORMAT", the

@@ -260,6 +260,18 @@ TAVO_API int32_t TAVOAUDIO_SaveExternalRegions(TAVOAUDIO audio);
 ** the host's answer: 0 means "do not save". 1 when nothing would be lost. */
 TAVO_API int32_t TAVOAUDIO_CheckSaveIgnoringRegions(TAVOAUDIO audio, const char *format);
 
+/* ---- detecting DTMF key presses ---------------------------------------------- */
+
+/* Makes one region "DTMF: <key>" per telephone key press (0-9 * # A-D) found
+** in frames [begin, end) (end < 0: to the end) of the active channels mixed,
+** on the track `trackUniqId` (null: track 0), as one undo step `label` (null:
+** "Detect DTMF"). `flags`: TAVOREGION_CREATE_ SELECTED, TEMPORARY, READ_ONLY,
+** ON_READ_ONLY, NO_UNDO. Reports progress in the operation record; cancelling
+** it makes nothing. Regions made, 0 for none, -1 (last error; nothing made)
+** when refused or cancelled. UI thread (cancel from any). */
+TAVO_API int32_t TAVOAUDIO_DetectDtmfEx(TAVOAUDIO audio, int64_t begin, int64_t end, const char *trackUniqId,
+                                        uint32_t flags, const char *label);
+
 TAVO_EXTERN_C_END
 
 #endif

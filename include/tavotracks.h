@@ -179,6 +179,12 @@ TAVO_API bool TAVOAUDIO_ExternalCustomTrack(TAVOAUDIO audio, const char *uniqId)
 TAVO_API bool TAVOAUDIO_ShowCustomTrack(TAVOAUDIO audio, const char *uniqId);
 TAVO_API bool TAVOAUDIO_HideCustomTrack(TAVOAUDIO audio, const char *uniqId);
 
+/* Copies the track's label / the id of the track it is linked to ("" when
+** it is not linked) into `buffer` ("%s", cut to `size`). False for an
+** unknown id, a null buffer or size < 1. */
+TAVO_API bool TAVOAUDIO_GetTrackLabel(TAVOAUDIO audio, const char *uniqId, char *buffer, int32_t size);
+TAVO_API bool TAVOAUDIO_GetTrackLinkedTo(TAVOAUDIO audio, const char *uniqId, char *buffer, int32_t size);
+
 /* The track's properties; font size 0 and lines 0 for an unknown id. */
 TAVO_API bool TAVOAUDIO_GetTrackUseAsGlobalDefault(TAVOAUDIO audio, const char *uniqId);
 TAVO_API bool TAVOAUDIO_GetTrackUseAsLinkedDefault(TAVOAUDIO audio, const char *uniqId);

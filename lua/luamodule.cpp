@@ -4,6 +4,7 @@
 #include <cstdio>
 
 #include "lfound.h"
+#include "lua/luadocument_p.h"
 #include "tavo.h"
 #include "tavo_export.h"
 #include "tavoaudio.h"
@@ -119,5 +120,6 @@ extern "C" TAVO_API int luaopen_libtavo(lua_State *L)
     lua_pushvalue(L, -1);
     lua_setglobal(L, "libtavo");
     L_RegisterType(L, kAudioType, kAudioMethods);
+    _TAVOLUA_RegisterDocumentMethods(L);
     return 1;
 }

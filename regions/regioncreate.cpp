@@ -73,7 +73,10 @@ TAVO_API AUDIOREGION TAVOAUDIO_CreateRegionEx2(TAVOAUDIO audio, const char *trac
         TAVOUNDOSCRIPT script = nullptr;
         bool pushAtEnd = false;
         if ((flags & TAVOREGION_CREATE_NO_UNDO) == 0) {
-            if ((flags & TAVOREGION_CREATE_JOIN_UNDO) != 0) script = TAVOUNDO_NextUndoScript(doc);
+            // Joining means the step being built: the host's open group when
+            // there is one, else the newest step of the stack.
+            if ((flags & TAVOREGION_CREATE_JOIN_UNDO) != 0)
+                script = doc->pendingGroup != nullptr ? doc->pendingGroup : TAVOUNDO_NextUndoScript(doc);
             if (script == nullptr) {
                 script = TAVOUNDO_CreateUndoScript(doc, label != nullptr ? label : "Add Region", doc->state);
                 if (script == nullptr) return nullptr;

@@ -11,6 +11,7 @@
 
 #include "audioformat.h"
 #include "audioregion.h"
+#include "frame/lifecycle_p.h"
 #include "regions/regions_p.h"
 #include "tavoaudio.h"
 #include "tavonotify.h"
@@ -100,12 +101,12 @@ TAVO_API int32_t TAVOAUDIO_SaveExternalRegions(TAVOAUDIO audio)
         TavoDocWriteLock lock(doc);
         if (!lock) return 0;
         uint32_t error = 0;
-        saved = AUDIOSIGNAL_SaveExternalRegions(signal, &error);
-        // Sidecars belong next to the document's own file; without one there
-        // is nowhere to put them.
-        if ((doc->state->fileFlags & TAVOSTATE_FILE_OWN) != 0 && !AUDIOSIGNAL_SaveSrtSidecars(signal, doc->fileName)) {
-            saved = false;
-            if (error == 0) error = AUDIO_ERROR_CANNOT_WRITE;
+        // Sidecars (annotation tracks and their list) belong next to the
+        // document's own file; without one there is nowhere to put them.
+        if ((doc->state->fileFlags & TAVOSTATE_FILE_OWN) != 0) {
+            saved = _TAVOAUDIO_SaveRegionFiles(doc, signal, doc->fileName, &error);
+        } else {
+            saved = AUDIOSIGNAL_SaveExternalRegions(signal, &error);
         }
         if (!saved) {
             const uint32_t code = _TranslateAudioSignalError(error);

@@ -79,23 +79,6 @@ std::string runtimeId(AUDIOSIGNAL signal, const std::string &id)
     return std::string();
 }
 
-// Gives a new track the template entry's properties. Values the track
-// cannot take keep its defaults: a template from a newer program may know
-// file types this one does not.
-void applyProperties(AUDIOCUSTOMTRACK track, BLDICT entry)
-{
-    if (BLDICT_IsString(entry, "file_type")) {
-        const int32_t type = AUDIOCUSTOMTRACK_FileTypeFromString(BLDICT_GetString(entry, "file_type", ""));
-        if (type >= 0) AUDIOCUSTOMTRACK_SetFileType(track, type);
-    }
-    if (BLDICT_IsNumber(entry, "font_size"))
-        AUDIOCUSTOMTRACK_SetFontSize(track, static_cast<float>(BLDICT_GetReal(entry, "font_size", 0.0)));
-    if (BLDICT_IsInteger(entry, "number_of_lines")) {
-        const int64_t lines = BLDICT_GetInteger(entry, "number_of_lines", 0);
-        if (lines >= 1 && lines <= INT32_MAX) AUDIOCUSTOMTRACK_SetNumberOfLines(track, static_cast<int32_t>(lines));
-    }
-}
-
 // The id of the track that is the global default now, "" when none.
 std::string globalDefaultId(AUDIOSIGNAL signal)
 {
@@ -167,7 +150,7 @@ int32_t applyLocked(TAVOAUDIO audio, TavoDocument *doc, BLDICT root, char *error
         }
         AUDIOCUSTOMTRACK track = batch.add(fresh.c_str(), BLDICT_GetString(entry, "label", ""), link);
         if (track == nullptr) return abort("Failed to create tracks");
-        applyProperties(track, entry);
+        _TAVOTRACKS_ApplyTemplateProperties(track, entry);
         if (BLDICT_GetBoolean(entry, "default", false)) defaultTrack = track;
     }
     // Last, when nothing can fail any more but the push.
@@ -176,9 +159,53 @@ int32_t applyLocked(TAVOAUDIO audio, TavoDocument *doc, BLDICT root, char *error
     return 1;
 }
 
+// Fills `root` with the document's tracks. False when a value cannot be
+// stored (a text that is not UTF-8).
+bool fillTemplate(BLDICT root, AUDIOSIGNAL signal, const char *name, const char *description, const char *author)
+{
+    bool ok = BLDICT_SetString(root, "format", TAVOTRACKS_TEMPLATE_FORMAT) && BLDICT_SetInteger(root, "version", 1) &&
+              BLDICT_SetString(root, "name", name != nullptr ? name : "Track Template") &&
+              BLDICT_SetString(root, "description", description != nullptr ? description : "Track Description");
+    BLDICT metadata = ok ? BLDICT_SetObject(root, "metadata") : nullptr;
+    ok = metadata != nullptr && BLDICT_SetString(metadata, "created_with", kCreatedWith);
+    if (ok && author != nullptr && author[0] != '\0') ok = BLDICT_SetString(metadata, "author", author);
+    BLDICT tracks = ok ? BLDICT_SetArray(root, "tracks") : nullptr;
+    if (tracks == nullptr) return false;
+
+    const std::vector<AUDIOCUSTOMTRACK> order = _TAVOTRACKS_TemplateOrder(signal);
+    for (AUDIOCUSTOMTRACK track : order) {
+        const char *link = AUDIOCUSTOMTRACK_GetLinkedTo(track);
+        const bool linkWritten =
+            link != nullptr && link[0] != '\0' && AUDIOSIGNAL_FindCustomTrack(signal, link) != nullptr;
+        if (_TAVOTRACKS_WriteTemplateEntry(tracks, track, linkWritten) == nullptr) return false;
+    }
+    return true;
+}
+
+} // namespace
+
+// ---- shared with the track sidecar (regions/track_sidecar.cpp) ----------------
+
+// Gives a new track the template entry's properties. Values the track
+// cannot take keep its defaults: a template from a newer program may know
+// file types this one does not.
+void _TAVOTRACKS_ApplyTemplateProperties(AUDIOCUSTOMTRACK track, BLDICT entry)
+{
+    if (BLDICT_IsString(entry, "file_type")) {
+        const int32_t type = AUDIOCUSTOMTRACK_FileTypeFromString(BLDICT_GetString(entry, "file_type", ""));
+        if (type >= 0) AUDIOCUSTOMTRACK_SetFileType(track, type);
+    }
+    if (BLDICT_IsNumber(entry, "font_size"))
+        AUDIOCUSTOMTRACK_SetFontSize(track, static_cast<float>(BLDICT_GetReal(entry, "font_size", 0.0)));
+    if (BLDICT_IsInteger(entry, "number_of_lines")) {
+        const int64_t lines = BLDICT_GetInteger(entry, "number_of_lines", 0);
+        if (lines >= 1 && lines <= INT32_MAX) AUDIOCUSTOMTRACK_SetNumberOfLines(track, static_cast<int32_t>(lines));
+    }
+}
+
 // The annotation tracks in the order a template needs: track order, except
 // that a track comes after the track it is linked to.
-std::vector<AUDIOCUSTOMTRACK> templateOrder(AUDIOSIGNAL signal)
+std::vector<AUDIOCUSTOMTRACK> _TAVOTRACKS_TemplateOrder(AUDIOSIGNAL signal)
 {
     const int32_t count = AUDIOSIGNAL_NumCustomTracks(signal);
     std::vector<AUDIOCUSTOMTRACK> order;
@@ -204,42 +231,21 @@ std::vector<AUDIOCUSTOMTRACK> templateOrder(AUDIOSIGNAL signal)
     return order;
 }
 
-// Fills `root` with the document's tracks. False when a value cannot be
-// stored (a text that is not UTF-8).
-bool fillTemplate(BLDICT root, AUDIOSIGNAL signal, const char *name, const char *description, const char *author)
+// An empty link would read back as a link to nothing: unlinked tracks carry
+// no "linked_to", and neither does a link to a track that is not written.
+BLDICT _TAVOTRACKS_WriteTemplateEntry(BLDICT tracks, AUDIOCUSTOMTRACK track, bool linkWritten)
 {
-    bool ok = BLDICT_SetString(root, "format", TAVOTRACKS_TEMPLATE_FORMAT) && BLDICT_SetInteger(root, "version", 1) &&
-              BLDICT_SetString(root, "name", name != nullptr ? name : "Track Template") &&
-              BLDICT_SetString(root, "description", description != nullptr ? description : "Track Description");
-    BLDICT metadata = ok ? BLDICT_SetObject(root, "metadata") : nullptr;
-    ok = metadata != nullptr && BLDICT_SetString(metadata, "created_with", kCreatedWith);
-    if (ok && author != nullptr && author[0] != '\0') ok = BLDICT_SetString(metadata, "author", author);
-    BLDICT tracks = ok ? BLDICT_SetArray(root, "tracks") : nullptr;
-    if (tracks == nullptr) return false;
-
-    const std::vector<AUDIOCUSTOMTRACK> order = templateOrder(signal);
-    for (AUDIOCUSTOMTRACK track : order) {
-        BLDICT entry = BLDICT_ArrayAppendObject(tracks);
-        const char *link = AUDIOCUSTOMTRACK_GetLinkedTo(track);
-        ok = entry != nullptr && BLDICT_SetString(entry, "id", AUDIOCUSTOMTRACK_GetUniqId(track)) &&
-             BLDICT_SetString(entry, "label", AUDIOCUSTOMTRACK_GetLabel(track));
-        // An empty link would read back as a link to nothing: unlinked tracks
-        // carry no "linked_to", and neither does a link to a track that is
-        // not written.
-        if (ok && link != nullptr && link[0] != '\0' && AUDIOSIGNAL_FindCustomTrack(signal, link) != nullptr)
-            ok = BLDICT_SetString(entry, "linked_to", link);
-        ok = ok && BLDICT_SetInteger(entry, "number_of_lines", AUDIOCUSTOMTRACK_GetNumberOfLines(track)) &&
-             BLDICT_SetReal(entry, "font_size", static_cast<double>(AUDIOCUSTOMTRACK_GetFontSize(track))) &&
-             BLDICT_SetString(entry, "file_type",
-                              AUDIOCUSTOMTRACK_FileTypeToString(AUDIOCUSTOMTRACK_GetFileType(track)));
-        // The global default survives a round trip through the template.
-        if (ok && AUDIOCUSTOMTRACK_GetUseAsGlobalDefault(track)) ok = BLDICT_SetBoolean(entry, "default", true);
-        if (!ok) return false;
-    }
-    return true;
+    BLDICT entry = BLDICT_ArrayAppendObject(tracks);
+    bool ok = entry != nullptr && BLDICT_SetString(entry, "id", AUDIOCUSTOMTRACK_GetUniqId(track)) &&
+              BLDICT_SetString(entry, "label", AUDIOCUSTOMTRACK_GetLabel(track));
+    if (ok && linkWritten) ok = BLDICT_SetString(entry, "linked_to", AUDIOCUSTOMTRACK_GetLinkedTo(track));
+    ok = ok && BLDICT_SetInteger(entry, "number_of_lines", AUDIOCUSTOMTRACK_GetNumberOfLines(track)) &&
+         BLDICT_SetReal(entry, "font_size", static_cast<double>(AUDIOCUSTOMTRACK_GetFontSize(track))) &&
+         BLDICT_SetString(entry, "file_type", AUDIOCUSTOMTRACK_FileTypeToString(AUDIOCUSTOMTRACK_GetFileType(track)));
+    // The global default survives a round trip through the template.
+    if (ok && AUDIOCUSTOMTRACK_GetUseAsGlobalDefault(track)) ok = BLDICT_SetBoolean(entry, "default", true);
+    return ok ? entry : nullptr;
 }
-
-} // namespace
 
 TAVO_API int32_t TAVOAUDIO_ValidateTrackTemplateJSON(const char *fileName, char *error, int32_t errorSize)
 {

@@ -727,6 +727,25 @@ TAVO_API bool TAVOAUDIO_GetTrackUseAsLinkedDefault(TAVOAUDIO audio, const char *
     return flag(audio, uniqId, AUDIOCUSTOMTRACK_GetUseAsLinkedDefault);
 }
 
+TAVO_API bool TAVOAUDIO_GetTrackLabel(TAVOAUDIO audio, const char *uniqId, char *buffer, int32_t size)
+{
+    if (buffer == nullptr || size < 1) return false;
+    return readTrack<bool>(audio, uniqId, false, [buffer, size](TavoDocument *, AUDIOSIGNAL, AUDIOCUSTOMTRACK track) {
+        std::snprintf(buffer, static_cast<size_t>(size), "%s", AUDIOCUSTOMTRACK_GetLabel(track));
+        return true;
+    });
+}
+
+TAVO_API bool TAVOAUDIO_GetTrackLinkedTo(TAVOAUDIO audio, const char *uniqId, char *buffer, int32_t size)
+{
+    if (buffer == nullptr || size < 1) return false;
+    return readTrack<bool>(audio, uniqId, false, [buffer, size](TavoDocument *, AUDIOSIGNAL, AUDIOCUSTOMTRACK track) {
+        const char *link = AUDIOCUSTOMTRACK_GetLinkedTo(track);
+        std::snprintf(buffer, static_cast<size_t>(size), "%s", link != nullptr ? link : "");
+        return true;
+    });
+}
+
 TAVO_API float TAVOAUDIO_GetTrackFontSize(TAVOAUDIO audio, const char *uniqId)
 {
     return readTrack<float>(audio, uniqId, 0.0f, [](TavoDocument *, AUDIOSIGNAL, AUDIOCUSTOMTRACK track) {

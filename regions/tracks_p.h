@@ -12,6 +12,7 @@
 
 #include "audioregion.h"
 #include "audiosignal.h"
+#include "bldict.h"
 #include "tavotypes.h"
 
 struct TavoDocument;
@@ -76,5 +77,23 @@ void _TAVOTRACKS_Changed(TAVOAUDIO audio, const char *uniqId);
 ** with `current`, the current region) that lie on region track `index`.
 ** Call with write access held. */
 void _TAVOTRACKS_ReleaseRegionRefs(struct TavoDocument *doc, int32_t index, bool current);
+
+/* Template pieces shared by the track templates (templates.cpp) and the
+** track sidecar kept beside a saved document (track_sidecar.cpp). Call with
+** read access (the writers) or edit access (the property setter) held. */
+
+/* Gives `track` the entry's "file_type", "font_size" and "number_of_lines";
+** values the track cannot take leave it as it is. */
+void _TAVOTRACKS_ApplyTemplateProperties(AUDIOCUSTOMTRACK track, BLDICT entry);
+
+/* The annotation tracks in track order, except that a track comes after the
+** track it is linked to, so that every link of a template points backwards. */
+std::vector<AUDIOCUSTOMTRACK> _TAVOTRACKS_TemplateOrder(AUDIOSIGNAL signal);
+
+/* Appends the template entry of `track` to the array `tracks`: "id",
+** "label", "linked_to" (only with `linkWritten`: its target is written as
+** well), "number_of_lines", "font_size", "file_type", and "default" for the
+** global default. The entry, or null when a value could not be stored. */
+BLDICT _TAVOTRACKS_WriteTemplateEntry(BLDICT tracks, AUDIOCUSTOMTRACK track, bool linkWritten);
 
 #endif

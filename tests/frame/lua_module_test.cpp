@@ -3,42 +3,18 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
-#include <cstdio>
 #include <filesystem>
 #include <fstream>
 #include <string>
 #include <vector>
 
-#include <unistd.h>
+#include "lua_runner.h"
 
 namespace {
 
-struct LuaRun {
-    int status = -1;
-    std::string output;   // stdout and stderr together
-};
-
-// Runs `script` with package.cpath pointing at the freshly built library.
-LuaRun runLua(const std::filesystem::path &folder, const std::string &script)
-{
-    const std::filesystem::path file = folder / "script.lua";
-    std::ofstream(file) << "package.cpath = '" TAVO_LIBRARY_DIR "/?.so;' .. package.cpath\n" << script;
-#ifdef TAVO_LUA_PRELOAD
-    // The interpreter's own allocations at exit are not ours to report.
-    const std::string prefix = "LD_PRELOAD=" TAVO_LUA_PRELOAD " ASAN_OPTIONS=detect_leaks=0 ";
-#else
-    const std::string prefix;
-#endif
-    const std::string command = prefix + TAVO_LUA_INTERPRETER + " " + file.string() + " 2>&1";
-    LuaRun run;
-    FILE *pipe = popen(command.c_str(), "r");
-    if (pipe == nullptr) return run;
-    char chunk[512];
-    size_t n;
-    while ((n = std::fread(chunk, 1, sizeof chunk, pipe)) > 0) run.output.append(chunk, n);
-    run.status = pclose(pipe);
-    return run;
-}
+using tavotest::countOf;
+using tavotest::LuaRun;
+using tavotest::runLua;
 
 // Channels and sample rate from a canonical WAV header.
 bool readWavShape(const std::filesystem::path &file, uint16_t &channels, uint32_t &rate)
@@ -52,23 +28,7 @@ bool readWavShape(const std::filesystem::path &file, uint16_t &channels, uint32_
     return true;
 }
 
-size_t countOf(const std::string &text, const std::string &part)
-{
-    size_t count = 0;
-    for (size_t at = text.find(part); at != std::string::npos; at = text.find(part, at + 1)) ++count;
-    return count;
-}
-
-class TavoLuaModule : public ::testing::Test {
-protected:
-    void SetUp() override
-    {
-        folder = std::filesystem::temp_directory_path() / ("tavo_lua_" + std::to_string(::getpid()));
-        std::filesystem::create_directories(folder);
-    }
-    void TearDown() override { std::filesystem::remove_all(folder); }
-    std::filesystem::path folder;
-};
+class TavoLuaModule : public tavotest::LuaScriptTest {};
 
 TEST_F(TavoLuaModule, CreateSaveAndOpen)
 {

@@ -4,7 +4,7 @@
 // compared after every step.
 //
 // The normal test run plays a short version; TAVO_EDIT_MODEL_LONG=1 plays
-// a long one (TAVO_EDIT_MODEL_SEED picks another start).
+// a long one (TAVO_EDIT_MODEL_START picks another first sequence).
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -121,7 +121,7 @@ void forEachRangeOrAll(const Snapshot &s, F f)
 
 class Sequence {
 public:
-    Sequence(uint32_t seed, int32_t channels) : m_rng(seed), m_channels(channels)
+    Sequence(uint32_t number, int32_t channels) : m_rng(number), m_channels(channels)
     {
         const int64_t length = pick(500, 4000);
         m_model.now.samples.assign(static_cast<size_t>(channels), {});
@@ -459,13 +459,13 @@ protected:
 TEST_F(EditModelTest, RandomSequencesMatchTheReferenceModel)
 {
     const bool longRun = std::getenv("TAVO_EDIT_MODEL_LONG") != nullptr;
-    const char *seedText = std::getenv("TAVO_EDIT_MODEL_SEED");
-    const uint32_t firstSeed = seedText != nullptr ? static_cast<uint32_t>(std::strtoul(seedText, nullptr, 10)) : 1u;
+    const char *startText = std::getenv("TAVO_EDIT_MODEL_START");
+    const uint32_t firstSequence = startText != nullptr ? static_cast<uint32_t>(std::strtoul(startText, nullptr, 10)) : 1u;
     const int sequences = longRun ? 20000 : 1000;
     const int steps = longRun ? 60 : 30;
     for (int s = 0; s < sequences; ++s) {
-        const uint32_t seed = firstSeed + static_cast<uint32_t>(s);
-        Sequence sequence(seed, 1 + static_cast<int32_t>(seed % 2));
+        const uint32_t number = firstSequence + static_cast<uint32_t>(s);
+        Sequence sequence(number, 1 + static_cast<int32_t>(number % 2));
         ASSERT_TRUE(sequence.valid());
         std::vector<std::string> history;
         for (int i = 0; i < steps; ++i) {
@@ -474,7 +474,7 @@ TEST_F(EditModelTest, RandomSequencesMatchTheReferenceModel)
             if (!difference.empty()) {
                 std::string trail;
                 for (const std::string &h : history) trail += "\n  " + h;
-                FAIL() << "seed " << seed << " step " << i << ": " << difference << "\nsteps:" << trail;
+                FAIL() << "sequence " << number << " step " << i << ": " << difference << "\nsteps:" << trail;
             }
         }
     }

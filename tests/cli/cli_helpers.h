@@ -1,59 +1,39 @@
 // cli_helpers.h: what the tests of the `tavo` tool need to treat it as a
-// user does: running the built program, writing and reading WAV files
-// without any of the project's libraries, and a small JSON reader.
+// user does: running the built program, WAV files, noise, a small JSON reader.
 #pragma once
 
 #include <sys/wait.h>
-#include <unistd.h>
 
-#include <cstdint>
-#include <cstdio>
+#include <cctype>
 #include <cstdlib>
-#include <filesystem>
-#include <fstream>
+#include <cstring>
 #include <map>
-#include <memory>
-#include <sstream>
-#include <string>
-#include <vector>
+
+#include "wav_file.h"
 
 namespace clitest {
 
-namespace fs = std::filesystem;
-
-// ---- running the tool ---------------------------------------------------------
+using namespace wavtest;
 
 struct Result {
-    int code = -1;  // exit status; 128 + n when killed by signal n
+    int code = -1;  // exit status; -1 when killed by a signal
     std::string out;
     std::string err;
 };
 
-inline std::string readFile(const fs::path &path)
-{
-    std::ifstream in(path, std::ios::binary);
-    std::ostringstream text;
-    text << in.rdbuf();
-    return text.str();
-}
-
 inline std::string quote(const std::string &arg)
 {
     std::string q = "'";
-    for (char c : arg) {
-        if (c == '\'')
-            q += "'\\''";
-        else
-            q += c;
-    }
+    for (char c : arg) q += c == '\'' ? std::string("'\\''") : std::string(1, c);
     return q + "'";
 }
 
-// Runs the tool with `args` in `folder`; `env` is prefixed ("NAME=value").
-inline Result run(const fs::path &folder, const std::vector<std::string> &args, const std::string &env = "")
+// Runs the tool with `args` in `folder`; `prefix` comes before the tool in
+// the shell command ("NAME=value ...", or a wrapper command).
+inline Result run(const fs::path &folder, const std::vector<std::string> &args, const std::string &prefix = "")
 {
     const fs::path out = folder / "stdout.txt", err = folder / "stderr.txt";
-    std::string command = "cd " + quote(folder.string()) + " && " + env + " " + quote(TAVO_TOOL);
+    std::string command = "cd " + quote(folder.string()) + " && " + prefix + " " + quote(TAVO_TOOL);
     for (const std::string &arg : args) command += " " + quote(arg);
     command += " >" + quote(out.string()) + " 2>" + quote(err.string()) + " </dev/null";
     const int status = std::system(command.c_str());
@@ -64,89 +44,11 @@ inline Result run(const fs::path &folder, const std::vector<std::string> &args, 
     return r;
 }
 
-// ---- WAV files ----------------------------------------------------------------
-
-// 16-bit PCM audio: interleaved samples.
-struct Pcm {
-    int rate = 0;
-    int channels = 0;
-    std::vector<int16_t> samples;
-    int64_t frames() const { return channels == 0 ? 0 : static_cast<int64_t>(samples.size()) / channels; }
-    int16_t at(int64_t frame, int channel) const { return samples[static_cast<size_t>(frame * channels + channel)]; }
-};
-
-inline void put(std::string &s, uint32_t v, int bytes)
-{
-    for (int i = 0; i < bytes; ++i) s += static_cast<char>((v >> (8 * i)) & 0xff);
-}
-
-// A canonical 44-byte-header RIFF/WAVE file.
-inline void writeWav(const fs::path &path, const Pcm &pcm)
-{
-    const uint32_t data = static_cast<uint32_t>(pcm.samples.size() * 2);
-    std::string s = "RIFF";
-    put(s, 36 + data, 4);
-    s += "WAVEfmt ";
-    put(s, 16, 4);
-    put(s, 1, 2);  // PCM
-    put(s, static_cast<uint32_t>(pcm.channels), 2);
-    put(s, static_cast<uint32_t>(pcm.rate), 4);
-    put(s, static_cast<uint32_t>(pcm.rate * pcm.channels * 2), 4);
-    put(s, static_cast<uint32_t>(pcm.channels * 2), 2);
-    put(s, 16, 2);
-    s += "data";
-    put(s, data, 4);
-    for (int16_t v : pcm.samples) put(s, static_cast<uint16_t>(v), 2);
-    std::ofstream(path, std::ios::binary) << s;
-}
-
-inline uint32_t get(const std::string &s, size_t at, int bytes)
-{
-    uint32_t v = 0;
-    for (int i = 0; i < bytes; ++i) v |= static_cast<uint32_t>(static_cast<unsigned char>(s[at + i])) << (8 * i);
-    return v;
-}
-
-// Reads 16-bit PCM WAV, walking the chunks (a writer may add LIST, fact,
-// or use the extensible fmt layout). False for anything else.
-inline bool readWav(const fs::path &path, Pcm &pcm)
-{
-    const std::string s = readFile(path);
-    if (s.size() < 12 || s.compare(0, 4, "RIFF") != 0 || s.compare(8, 4, "WAVE") != 0) return false;
-    size_t at = 12;
-    int bits = 0;
-    bool haveFormat = false;
-    while (at + 8 <= s.size()) {
-        const std::string id = s.substr(at, 4);
-        const uint32_t size = get(s, at + 4, 4);
-        const size_t body = at + 8;
-        if (body + size > s.size()) return false;
-        if (id == "fmt ") {
-            pcm.channels = static_cast<int>(get(s, body + 2, 2));
-            pcm.rate = static_cast<int>(get(s, body + 4, 4));
-            bits = static_cast<int>(get(s, body + 14, 2));
-            haveFormat = true;
-        } else if (id == "data") {
-            if (!haveFormat || bits != 16) return false;
-            pcm.samples.resize(size / 2);
-            for (size_t i = 0; i < pcm.samples.size(); ++i)
-                pcm.samples[i] = static_cast<int16_t>(get(s, body + 2 * i, 2));
-            return true;
-        }
-        at = body + size + (size & 1);
-    }
-    return false;
-}
-
 // Deterministic noise over most of the 16-bit range (xorshift32), different
 // in each channel, so that any misplaced frame shows.
-inline Pcm noise(int rate, int channels, int64_t frames, uint32_t start = 0x9e3779b9u)
+inline Pcm noise(int rate, int channels, int64_t frames, uint32_t x = 0x9e3779b9u)
 {
-    Pcm pcm;
-    pcm.rate = rate;
-    pcm.channels = channels;
-    pcm.samples.resize(static_cast<size_t>(frames * channels));
-    uint32_t x = start;
+    Pcm pcm{rate, channels, std::vector<int16_t>(static_cast<size_t>(frames * channels))};
     for (int16_t &v : pcm.samples) {
         x ^= x << 13;
         x ^= x >> 17;
@@ -156,8 +58,6 @@ inline Pcm noise(int rate, int channels, int64_t frames, uint32_t start = 0x9e37
     return pcm;
 }
 
-// ---- JSON ---------------------------------------------------------------------
-
 struct Json {
     enum Kind { Null, Bool, Number, String, Array, Object } kind = Null;
     double number = 0;
@@ -165,133 +65,77 @@ struct Json {
     std::string text;
     std::vector<Json> items;
     std::map<std::string, Json> members;
-
-    bool has(const std::string &key) const { return kind == Object && members.count(key) != 0; }
+    bool has(const std::string &key) const { return members.count(key) != 0; }
     const Json &operator[](const std::string &key) const { return members.at(key); }
 };
 
-// A strict reader of one JSON value filling the whole text (blanks around
-// it allowed); false for anything malformed.
-class JsonReader {
-public:
-    explicit JsonReader(const std::string &text) : m_s(text) {}
-    bool read(Json &out)
-    {
-        if (!value(out)) return false;
-        blanks();
-        return m_at == m_s.size();
-    }
+// A strict reader of one JSON value filling the whole text: false for
+// anything malformed.
+struct JsonReader {
+    const std::string &s;
+    size_t at = 0;
 
-private:
-    void blanks()
+    bool more()  // skips blanks; true while text is left
     {
-        while (m_at < m_s.size() && (m_s[m_at] == ' ' || m_s[m_at] == '\n' || m_s[m_at] == '\r' || m_s[m_at] == '\t'))
-            ++m_at;
+        while (at < s.size() && (s[at] == ' ' || s[at] == '\n' || s[at] == '\r' || s[at] == '\t')) ++at;
+        return at < s.size();
     }
-    bool literal(const char *word)
-    {
-        const std::string w(word);
-        if (m_s.compare(m_at, w.size(), w) != 0) return false;
-        m_at += w.size();
-        return true;
-    }
+    bool eat(char c) { return more() && s[at] == c && ++at; }
     bool string(std::string &out)
     {
-        if (m_at >= m_s.size() || m_s[m_at] != '"') return false;
-        ++m_at;
-        while (m_at < m_s.size() && m_s[m_at] != '"') {
-            char c = m_s[m_at++];
+        static const std::string escapes = "\"\"\\\\//b\bf\fn\nr\rt\t";  // each letter, then its meaning
+        if (!eat('"')) return false;
+        while (at < s.size() && s[at] != '"') {
+            char c = s[at++];
             if (static_cast<unsigned char>(c) < 0x20) return false;
-            if (c == '\\') {
-                if (m_at >= m_s.size()) return false;
-                const char e = m_s[m_at++];
-                switch (e) {
-                case '"': case '\\': case '/': out += e; break;
-                case 'n': out += '\n'; break;
-                case 't': out += '\t'; break;
-                case 'r': out += '\r'; break;
-                case 'b': out += '\b'; break;
-                case 'f': out += '\f'; break;
-                case 'u':
-                    if (m_at + 4 > m_s.size()) return false;
-                    out += static_cast<char>(std::strtol(m_s.substr(m_at, 4).c_str(), nullptr, 16));
-                    m_at += 4;
-                    break;
-                default: return false;
-                }
-            } else {
-                out += c;
+            if (c == '\\' && s.compare(at, 1, "u") == 0 && at + 5 <= s.size()) {
+                c = static_cast<char>(std::strtol(s.substr(at + 1, 4).c_str(), nullptr, 16));
+                at += 5;
+            } else if (c == '\\') {
+                const size_t e = at < s.size() ? escapes.find(s[at++]) : std::string::npos;
+                if (e == std::string::npos || e % 2 != 0) return false;
+                c = escapes[e + 1];
             }
+            out += c;
         }
-        if (m_at >= m_s.size()) return false;
-        ++m_at;
-        return true;
+        return at++ < s.size();
+    }
+    template <class Item> bool list(char close, Item item)
+    {
+        if (eat(close)) return true;
+        do
+            if (!item()) return false;
+        while (eat(','));
+        return eat(close);
     }
     bool value(Json &out)
     {
-        blanks();
-        if (m_at >= m_s.size()) return false;
-        const char c = m_s[m_at];
-        if (c == '{') {
-            out.kind = Json::Object;
-            ++m_at;
-            blanks();
-            if (m_at < m_s.size() && m_s[m_at] == '}') return ++m_at, true;
-            while (true) {
-                blanks();
-                std::string key;
-                if (!string(key)) return false;
-                blanks();
-                if (m_at >= m_s.size() || m_s[m_at++] != ':') return false;
-                Json item;
-                if (!value(item)) return false;
-                out.members[key] = item;
-                blanks();
-                if (m_at >= m_s.size()) return false;
-                if (m_s[m_at] == ',') { ++m_at; continue; }
-                if (m_s[m_at] == '}') return ++m_at, true;
-                return false;
-            }
+        const auto member = [&] {
+            std::string key;
+            return string(key) && eat(':') && value(out.members[key]);
+        };
+        if (eat('{')) return out.kind = Json::Object, list('}', member);
+        if (eat('[')) return out.kind = Json::Array, list(']', [&] { return value(out.items.emplace_back()); });
+        if (more() && s[at] == '"') return out.kind = Json::String, string(out.text);
+        for (const std::string word : {"true", "false", "null"}) {
+            if (s.compare(at, word.size(), word) != 0) continue;
+            at += word.size();
+            out.kind = word == "null" ? Json::Null : Json::Bool;
+            out.boolean = word == "true";
+            return true;
         }
-        if (c == '[') {
-            out.kind = Json::Array;
-            ++m_at;
-            blanks();
-            if (m_at < m_s.size() && m_s[m_at] == ']') return ++m_at, true;
-            while (true) {
-                Json item;
-                if (!value(item)) return false;
-                out.items.push_back(item);
-                blanks();
-                if (m_at >= m_s.size()) return false;
-                if (m_s[m_at] == ',') { ++m_at; continue; }
-                if (m_s[m_at] == ']') return ++m_at, true;
-                return false;
-            }
-        }
-        if (c == '"') {
-            out.kind = Json::String;
-            return string(out.text);
-        }
-        if (literal("true")) { out.kind = Json::Bool; out.boolean = true; return true; }
-        if (literal("false")) { out.kind = Json::Bool; return true; }
-        if (literal("null")) return true;
-        const char *begin = m_s.c_str() + m_at;
+        const char *begin = s.c_str() + at;
         char *end = nullptr;
         out.number = std::strtod(begin, &end);
-        if (end == begin) return false;
-        out.kind = Json::Number;
-        m_at += static_cast<size_t>(end - begin);
-        return true;
+        at += static_cast<size_t>(end - begin);
+        return out.kind = Json::Number, end != begin;
     }
-
-    const std::string &m_s;
-    size_t m_at = 0;
 };
 
 inline bool parseJson(const std::string &text, Json &out)
 {
-    return JsonReader(text).read(out);
+    JsonReader reader{text};
+    return reader.value(out) && !reader.more();
 }
 
 }  // namespace clitest

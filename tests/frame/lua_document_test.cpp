@@ -4,88 +4,45 @@
 // documents and misuse.
 #include <gtest/gtest.h>
 
-#include <cstdint>
-#include <filesystem>
-#include <fstream>
 #include <string>
-#include <vector>
 
+#include "../cli/wav_file.h"
 #include "lua_runner.h"
 
 namespace {
 
-using tavotest::countOf;
 using tavotest::LuaRun;
-
-// The test signal: 2000 frames of 16-bit mono at 8000 Hz, frame i holding
-// ((i * 37) % 2001 - 1000) * 16. Every value is distinct from its
-// neighbours and an exact float once scaled by 1/32768, so a frame out of
-// place shows. The scripts compute the same formula.
-constexpr int kFrames = 2000;
-const char kSampleFormula[] = "local function v(i) return (((i * 37) % 2001) - 1000) * 16 / 32768 end\n";
-
-int16_t sampleAt(int i)
-{
-    return static_cast<int16_t>(((i * 37) % 2001 - 1000) * 16);
-}
-
-void put16(std::ofstream &out, uint16_t v)
-{
-    const char bytes[2] = {static_cast<char>(v & 0xff), static_cast<char>(v >> 8)};
-    out.write(bytes, 2);
-}
-
-void put32(std::ofstream &out, uint32_t v)
-{
-    put16(out, static_cast<uint16_t>(v & 0xffff));
-    put16(out, static_cast<uint16_t>(v >> 16));
-}
-
-// A canonical 16-bit PCM WAV file of the test signal.
-void writeTestWav(const std::filesystem::path &file)
-{
-    std::ofstream out(file, std::ios::binary);
-    const uint32_t dataBytes = kFrames * 2;
-    out.write("RIFF", 4);
-    put32(out, 36 + dataBytes);
-    out.write("WAVEfmt ", 8);
-    put32(out, 16);
-    put16(out, 1);      // PCM
-    put16(out, 1);      // channels
-    put32(out, 8000);   // rate
-    put32(out, 8000 * 2);
-    put16(out, 2);      // block align
-    put16(out, 16);     // bits
-    out.write("data", 4);
-    put32(out, dataBytes);
-    for (int i = 0; i < kFrames; ++i) put16(out, static_cast<uint16_t>(sampleAt(i)));
-}
 
 class TavoLuaDocument : public tavotest::LuaScriptTest {
 protected:
     // Every script gets a settings file of its own, so that what it sets
-    // reaches no other test.
-    LuaRun run(const std::string &script)
+    // reaches no other test; it must print "done" as its last act.
+    void expectRuns(const std::string &script)
     {
-        return tavotest::runLua(folder, "local DIR = '" + folder.string() + "'\n" + script,
-                                "TAVO_SETTINGS=" + (folder / "settings.conf").string());
+        const LuaRun r = tavotest::runLua(folder, "local DIR = '" + folder.string() + "'\n" + script,
+                                          "TAVO_SETTINGS=" + (folder / "settings.conf").string());
+        EXPECT_EQ(r.status, 0) << r.output;
+        EXPECT_NE(r.output.find("done"), std::string::npos) << r.output;
+        output = r.output;
     }
+    std::string output;
 };
 
-TEST_F(TavoLuaDocument, EditsMatchTheModelAndUndoRedoRestoreIt)
+TEST_F(TavoLuaDocument, EditsMatchTheModelAndRegionsAndTagsSurviveSaveAndOpen)
 {
-    writeTestWav(folder / "signal.wav");
-    const LuaRun result = run(std::string(kSampleFormula) + R"(
+    // Frame i holds ((i * 37) % 2001 - 1000) * 16: distinct from its
+    // neighbours and an exact float once scaled, so a frame out of place shows.
+    wavtest::Pcm signal{8000, 1, {}};
+    for (int i = 0; i < 2000; ++i) signal.samples.push_back(static_cast<int16_t>(((i * 37) % 2001 - 1000) * 16));
+    wavtest::writeWav(folder / "signal.wav", signal);
+    expectRuns(R"(
 local tavo = require "libtavo"
 -- Cuts smooth their boundaries by default; the model cuts sharp.
 assert(libfound.setsetting("libtavo.editoptions.smoothboundaries", false))
-
 local N = 2000
 local doc = assert(tavo.open(DIR .. "/signal.wav"))
-assert(doc:frames() == N and doc:rate() == 8000 and doc:channels() == 1, "shape")
-assert(math.abs(doc:duration() - 0.25) < 1e-12, "duration")
-assert(doc:name() == DIR .. "/signal.wav", doc:name())
-assert(not doc:changed(), "a file just opened is unchanged")
+assert(doc:rate() == 8000 and doc:channels() == 1 and math.abs(doc:duration() - 0.25) < 1e-12, "shape")
+assert(doc:name() == DIR .. "/signal.wav" and not doc:changed(), "a file just opened is unchanged")
 
 local function same(model, what, tolerance)
   local got = doc:samples(0, 0, N + 500)
@@ -96,160 +53,112 @@ local function same(model, what, tolerance)
     end
   end
 end
+-- The concatenation of the slices {t, first, last} (1-based, inclusive).
+local function join(...)
+  local out = {}
+  for _, s in ipairs({...}) do for i = s[2], s[3] do out[#out + 1] = s[1][i] end end
+  return out
+end
 
 local original = {}
-for i = 0, N - 1 do original[#original + 1] = v(i) end
+for i = 0, N - 1 do original[i + 1] = (((i * 37) % 2001) - 1000) * 16 / 32768 end
 same(original, "opened")
 
--- Cut [300, 500).
 assert(doc:select(300, 500))
 local sel = doc:selections()
 assert(#sel == 1 and sel[1][1] == 300 and sel[1][2] == 500 and sel[1].b == 300, "one selection")
 local clip = assert(doc:cut())
 assert(clip:frames() == 200 and clip:channels() == 1, "clipboard")
 assert(doc:undo_label() == "Cut" and doc:changed())
-local afterCut = {}
-for i = 1, N do
-  if i - 1 < 300 or i - 1 >= 500 then afterCut[#afterCut + 1] = original[i] end
-end
+local afterCut = join({original, 1, 300}, {original, 501, N})
 same(afterCut, "after cut")
 
--- Paste the clipboard at frame 1000 of the shorter document.
 assert(doc:paste(clip, 1000))
-local afterPaste = {}
-for i = 1, 1000 do afterPaste[#afterPaste + 1] = afterCut[i] end
-for i = 301, 500 do afterPaste[#afterPaste + 1] = original[i] end
-for i = 1001, #afterCut do afterPaste[#afterPaste + 1] = afterCut[i] end
+local afterPaste = join({afterCut, 1, 1000}, {original, 301, 500}, {afterCut, 1001, #afterCut})
 same(afterPaste, "after paste")
 
--- Reverse two selections, each in place.
-assert(doc:select(100, 150))
-assert(doc:select(1200, 1260, true))
-assert(#doc:selections() == 2, "two selections")
-assert(doc:reverse())
-local afterReverse = {}
-for i = 1, #afterPaste do afterReverse[i] = afterPaste[i] end
+-- Two selections, each reversed in place.
+assert(doc:select(100, 150) and doc:select(1200, 1260, true))
+assert(#doc:selections() == 2 and doc:reverse())
+local afterReverse = join({afterPaste, 1, #afterPaste})
 for _, r in ipairs({{100, 150}, {1200, 1260}}) do
   for k = 0, r[2] - r[1] - 1 do afterReverse[r[1] + k + 1] = afterPaste[r[2] - k] end
 end
 same(afterReverse, "after reverse")
 
 -- Invert and halve the whole signal (no selection).
-assert(doc:clear_selection())
-assert(#doc:selections() == 0)
-assert(doc:invert())
-assert(doc:gain(20 * math.log(0.5, 10)))
-local afterGain = {}
-for i = 1, #afterReverse do afterGain[i] = -afterReverse[i] * 0.5 end
-same(afterGain, "after invert and gain", 1 / 32768)
+assert(doc:clear_selection() and #doc:selections() == 0)
+assert(doc:invert() and doc:gain(20 * math.log(0.5, 10)))
+local inverted, halved = {}, {}
+for i = 1, #afterReverse do inverted[i], halved[i] = -afterReverse[i], -afterReverse[i] * 0.5 end
+same(halved, "after invert and gain", 1 / 32768)
 
--- Undo walks back one edit at a time, redo forward again. Selection changes
--- that replace a selection are steps of their own ("Selection"), passed over.
-local function undoEdit(label)
-  while doc:undo_label() ~= label do assert(doc:undo(), "no step " .. label) end
-  assert(doc:undo())
+-- Undo walks back one edit at a time, redo forward again; selection steps
+-- ("Selection") in between are passed over.
+local function walk(step, label, model)
+  while doc[step .. "_label"](doc) ~= label do assert(doc[step](doc), "no step " .. label) end
+  assert(doc[step](doc))
+  if model then same(model, step .. " " .. label) end
 end
-local function redoEdit(label)
-  while doc:redo_label() ~= label do assert(doc:redo(), "no step " .. label) end
-  assert(doc:redo())
-end
-undoEdit("Gain/Offset Transform")
-local inverted = {}
-for i = 1, #afterReverse do inverted[i] = -afterReverse[i] end
-same(inverted, "undo gain")
-undoEdit("Invert"); same(afterReverse, "undo invert")
-undoEdit("Reverse"); same(afterPaste, "undo reverse")
-undoEdit("Paste"); same(afterCut, "undo paste")
-undoEdit("Cut"); same(original, "undo cut")
-redoEdit("Cut"); same(afterCut, "redo cut")
-redoEdit("Paste"); redoEdit("Reverse")
-same(afterReverse, "redo reverse")
+walk("undo", "Gain/Offset Transform", inverted)
+walk("undo", "Invert", afterReverse)
+walk("undo", "Reverse", afterPaste)
+walk("undo", "Paste", afterCut)
+walk("undo", "Cut", original)
+walk("redo", "Cut", afterCut)
+walk("redo", "Paste")
+walk("redo", "Reverse", afterReverse)
 
 -- The clipboard outlives the document; append adds it at the end.
 assert(doc:select(0, 10))
 local head = assert(doc:copy())
 assert(doc:close())
-local other = assert(tavo.new(nil, "AUTO[sr=8000,nc=1]"))
-assert(other:append(clip) and other:append(head))
-local expected = {}
-for i = 301, 500 do expected[#expected + 1] = original[i] end
-for i = 1, 10 do expected[#expected + 1] = afterReverse[i] end
-doc = other
-same(expected, "appended clipboards")
-print("done")
-)");
-    EXPECT_EQ(result.status, 0) << result.output;
-    EXPECT_NE(result.output.find("done"), std::string::npos) << result.output;
-}
+doc = assert(tavo.new(nil, "AUTO[sr=8000,nc=1]"))
+assert(doc:append(clip) and doc:append(head))
+same(join({original, 301, 500}, {afterReverse, 1, 10}), "appended clipboards")
 
-TEST_F(TavoLuaDocument, RegionsAndTagsSurviveSaveAndOpen)
-{
-    const LuaRun result = run(R"(
-local tavo = require "libtavo"
-local doc = assert(tavo.new(nil, "AUTO[sr=8000,nc=1]"))
-assert(doc:insert_silence(8000))
-assert(doc:transform("gain[db=-6]"))
-assert(doc:frames() == 8000)
-assert(doc:add_region(1000, 3000, "verse"))
-assert(doc:add_marker(5000, "drop"))
-
--- A tag change is one undo step of its own.
+-- Regions, markers and tags through a save and an open; a tag change is one
+-- undo step of its own.
+doc = assert(tavo.new(nil, "AUTO[sr=8000,nc=1]"))
+assert(doc:insert_silence(8000) and doc:transform("gain[db=-6]") and doc:frames() == 8000)
+assert(doc:add_region(1000, 3000, "verse") and doc:add_marker(5000, "drop"))
 assert(doc:set_tag("title", "Take 1"))
 assert(doc:undo_label() == "Change Metadata", doc:undo_label())
-assert(doc:set_tag("ARTIST", "Someone"))
-assert(doc:set_tag("genre", "Ambient"))
-assert(doc:tag("GENRE") == "Ambient")
-assert(doc:undo())
-assert(doc:tag("genre") == nil and doc:tag("artist") == "Someone")
+assert(doc:set_tag("ARTIST", "Someone") and doc:set_tag("genre", "Ambient") and doc:tag("GENRE") == "Ambient")
+assert(doc:undo() and doc:tag("genre") == nil and doc:tag("artist") == "Someone")
 assert(doc:set_tag("comment", "x") and doc:set_tag("comment", nil) and doc:tag("comment") == nil)
-
-assert(doc:save(DIR .. "/tagged.wav", "WAV"))
-assert(doc:close())
-
-local again = assert(tavo.open(DIR .. "/tagged.wav"))
-assert(again:frames() == 8000 and again:rate() == 8000)
-assert(again:tag("title") == "Take 1", tostring(again:tag("title")))
-assert(again:tag("artist") == "Someone", tostring(again:tag("artist")))
-local regions = again:regions()
+assert(doc:save(DIR .. "/tagged.wav", "WAV") and doc:close())
+doc = assert(tavo.open(DIR .. "/tagged.wav"))
+assert(doc:frames() == 8000 and doc:tag("title") == "Take 1" and doc:tag("artist") == "Someone")
+local regions = doc:regions()
 table.sort(regions, function(a, b) return a.b < b.b end)
 assert(#regions == 2, #regions .. " regions")
 local r, m = regions[1], regions[2]
-assert(r.b == 1000 and r.e == 3000 and r.label == "verse" and not r.marker and r.track == 0,
-       "region " .. r.b .. " " .. r.e .. " " .. r.label)
-assert(m.b == 5000 and m.e == 5000 and m.label == "drop" and m.marker and m.track == 0,
-       "marker " .. m.b .. " " .. m.e .. " " .. m.label)
+assert(r.b == 1000 and r.e == 3000 and r.label == "verse" and not r.marker and r.track == 0, "region")
+assert(m.b == 5000 and m.e == 5000 and m.label == "drop" and m.marker and m.track == 0, "marker")
 print("done")
 )");
-    EXPECT_EQ(result.status, 0) << result.output;
-    EXPECT_NE(result.output.find("done"), std::string::npos) << result.output;
 }
 
 TEST_F(TavoLuaDocument, MisuseRaisesRefusalsReturnAndClosedDocumentsRaise)
 {
-    const LuaRun result = run(R"(
+    expectRuns(R"(
 local tavo = require "libtavo"
 local function raises(text, f, ...)
   local ok, err = pcall(f, ...)
-  assert(not ok, "expected an error: " .. text)
-  assert(tostring(err):find(text, 1, true), tostring(err))
+  assert(not ok and tostring(err):find(text, 1, true), tostring(err))
 end
-
 local doc = assert(tavo.new(nil, "AUTO[sr=8000,nc=1]"))
 assert(doc:insert_silence(100))
-
-raises("bad argument", doc.select, doc, -1, 5)
-raises("bad argument", doc.insert_silence, doc, -5)
-raises("bad argument", doc.gain, doc, "loud")
-raises("bad argument", doc.paste, doc, doc)
-raises("bad argument", doc.samples, doc, 1, 0, 1)
-raises("bad argument", doc.samples, doc, 0, 0, 10000001)
-raises("bad argument", doc.add_region, doc, 50, 10, "backwards")
-raises("bad argument", doc.frames, 42)
+for _, call in ipairs({{doc.select, doc, -1, 5}, {doc.insert_silence, doc, -5}, {doc.gain, doc, "loud"},
+                       {doc.paste, doc, doc}, {doc.samples, doc, 1, 0, 1}, {doc.samples, doc, 0, 0, 10000001},
+                       {doc.add_region, doc, 50, 10, "backwards"}, {doc.frames, 42}}) do
+  raises("bad argument", table.unpack(call))
+end
 
 -- Refusals come back as nil and a message naming the method.
 local function refused(prefix, ok, message)
-  assert(ok == nil, prefix .. " was not refused")
-  assert(message:sub(1, #prefix) == prefix, message)
+  assert(ok == nil and message:sub(1, #prefix) == prefix, prefix .. " " .. tostring(message))
   return message
 end
 assert(doc:clear_selection())
@@ -266,20 +175,14 @@ assert(doc:redo())
 assert(#doc:samples(0, 90, 50) == 10 and #doc:samples(0, 500, 5) == 0)
 
 assert(doc:close() == true)
-raises("attempt to use a closed document", doc.frames, doc)
-raises("attempt to use a closed document", doc.save, doc)
-raises("attempt to use a closed document", doc.close, doc)
+for _, f in ipairs({doc.frames, doc.save, doc.close}) do raises("attempt to use a closed document", f, doc) end
 doc = nil
 collectgarbage()
 collectgarbage()
 print("done")
 )");
-    EXPECT_EQ(result.status, 0) << result.output;
-    const size_t done = result.output.find("done");
-    ASSERT_NE(done, std::string::npos) << result.output;
-    // The closed document is collected once, before the end, without a
-    // second close.
-    EXPECT_EQ(countOf(result.output.substr(0, done), "I have been collected!"), 1u) << result.output;
+    // The closed document is collected once, before the end, without a second close.
+    EXPECT_EQ(tavotest::countOf(output.substr(0, output.find("done")), "I have been collected!"), 1u) << output;
 }
 
 }  // namespace

@@ -4,19 +4,15 @@
 // whose region files cannot be written leaves the audio file alone.
 #include <gtest/gtest.h>
 
-#include <stdlib.h>
-
 #include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <string>
 
+#include "../edit/doc_helpers.h"
 #include "audioregion.h"
-#include "blnotify.h"
 #include "document_fixture.h"
 #include "log_capture.h"
-#include "tavoaudio.h"
-#include "tavonotify.h"
 #include "tavoregions.h"
 #include "tavoregionview.h"
 #include "tavotracks.h"
@@ -24,6 +20,7 @@
 
 namespace {
 
+using tavotest::Events;
 using tavotest::TrackIdAt;
 using tavotest::TrackLabel;
 using tavotest::TrackLink;
@@ -34,47 +31,31 @@ std::string ReadBytes(const std::string &path)
     return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
 }
 
-struct EventCounter {
-    int32_t count = 0;
-    static int32_t Handler(void *self, const BLNOTIFY_EVENT *)
-    {
-        ++static_cast<EventCounter *>(self)->count;
-        return 1;
-    }
-};
-
 class TavoTrackSidecar : public ::testing::Test {
 protected:
-    std::filesystem::path folder;
-    std::string audio;
-    std::string sidecar;
-
-    void SetUp() override
+    tavotest::TempFolder folder;
+    std::string audio = folder.file("take.wav");
+    std::string sidecar = folder.file("take.tracks.json");
+    TAVOAUDIO doc = tavotest::MakeSineDocument(8000, 1, 1.0);
+    ~TavoTrackSidecar() override { close(); }
+    void SetUp() override { ASSERT_TRUE(doc != nullptr && !folder.path.empty()); }
+    void close()
     {
-        std::string pattern = (std::filesystem::temp_directory_path() / "tavo-sidecar-XXXXXX").string();
-        ASSERT_NE(mkdtemp(pattern.data()), nullptr);
-        folder = pattern;
-        audio = (folder / "take.wav").string();
-        sidecar = (folder / "take.tracks.json").string();
-    }
-    void TearDown() override
-    {
-        std::error_code ignored;
-        std::filesystem::remove_all(folder, ignored);
+        TAVOAUDIO_Close(doc);
+        doc = nullptr;
     }
 
-    static TAVOAUDIO NewDocument() { return tavotest::MakeSineDocument(8000, 1, 1.0); }
-
-    // A WAV with one SRT track "words" holding a region, then `sidecarText`
-    // written over its track list. The document opened from it.
+    // Saves and closes `doc` with one SRT track "words" holding a region (the
+    // first time), writes `sidecarText` over its track list and opens the file.
     TAVOAUDIO OpenWithSidecar(const std::string &sidecarText)
     {
-        TAVOAUDIO doc = NewDocument();
-        EXPECT_EQ(TAVOAUDIO_AddCustomTrackEx(doc, "words", "Words", nullptr, 0, nullptr), 1);
-        EXPECT_EQ(TAVOAUDIO_SetCustomTrackFileType(doc, "words", AUDIOCUSTOMTRACK_FILE_SRT), 1);
-        EXPECT_NE(TAVOAUDIO_CreateRegionEx2(doc, "words", 800, 1600, "undef", "one", nullptr, 0, nullptr), nullptr);
-        EXPECT_TRUE(TAVOAUDIO_SaveAsEx(doc, audio.c_str(), "WAV", 0));
-        TAVOAUDIO_Close(doc);
+        if (doc != nullptr) {
+            EXPECT_EQ(TAVOAUDIO_AddCustomTrackEx(doc, "words", "Words", nullptr, 0, nullptr), 1);
+            EXPECT_EQ(TAVOAUDIO_SetCustomTrackFileType(doc, "words", AUDIOCUSTOMTRACK_FILE_SRT), 1);
+            EXPECT_NE(TAVOAUDIO_CreateRegionEx2(doc, "words", 800, 1600, "undef", "one", nullptr, 0, nullptr), nullptr);
+            EXPECT_TRUE(TAVOAUDIO_SaveAsEx(doc, audio.c_str(), "WAV", 0));
+            close();
+        }
         std::ofstream(sidecar, std::ios::binary | std::ios::trunc) << sidecarText;
         return TAVOAUDIO_OpenEx(audio.c_str(), "AUTO", 0);
     }
@@ -82,10 +63,8 @@ protected:
 
 TEST_F(TavoTrackSidecar, IsATemplateOfTheSavedTracksInTheirOrder)
 {
-    TAVOAUDIO doc = NewDocument();
-    ASSERT_NE(doc, nullptr);
-    // "first" follows "second", a later track: the template lists "second"
-    // first, and the document's order must still come back.
+    // "first" follows the later "second": the template lists "second" first,
+    // and the document's order must still come back.
     ASSERT_EQ(TAVOAUDIO_AddCustomTrackEx(doc, "first", "First", nullptr, 0, nullptr), 1);
     ASSERT_EQ(TAVOAUDIO_AddCustomTrackEx(doc, "second", "Second", nullptr, 0, nullptr), 1);
     ASSERT_EQ(TAVOAUDIO_LinkCustomTrack(doc, "first", "second"), 1);
@@ -94,8 +73,7 @@ TEST_F(TavoTrackSidecar, IsATemplateOfTheSavedTracksInTheirOrder)
     ASSERT_EQ(TAVOAUDIO_AddCustomTrackEx(doc, "follower", "Follower", "scratch", 0, nullptr), 1);
     ASSERT_TRUE(TAVOAUDIO_SetCustomTrackReadOnly(doc, "second", true));
     ASSERT_TRUE(TAVOAUDIO_SaveAsEx(doc, audio.c_str(), "WAV", 0));
-    TAVOAUDIO_Close(doc);
-
+    close();
     char error[256] = "";
     EXPECT_EQ(TAVOAUDIO_ValidateTrackTemplateJSON(sidecar.c_str(), error, sizeof error), 1) << error;
     TAVOTRACKTEMPLATEINFO info;
@@ -103,7 +81,6 @@ TEST_F(TavoTrackSidecar, IsATemplateOfTheSavedTracksInTheirOrder)
     EXPECT_EQ(info.trackCount, 3);
     EXPECT_EQ(info.hasLinks, 1u);
     EXPECT_STREQ(info.name, "take.wav");
-
     TAVOAUDIO opened = TAVOAUDIO_OpenEx(audio.c_str(), "AUTO", 0);
     ASSERT_NE(opened, nullptr);
     ASSERT_EQ(TAVOAUDIO_CountCustomTracks(opened), 3);
@@ -120,45 +97,36 @@ TEST_F(TavoTrackSidecar, IsATemplateOfTheSavedTracksInTheirOrder)
 
 TEST_F(TavoTrackSidecar, GoesAwayWithTheLastTrackSoDeletedTracksStayDeleted)
 {
-    TAVOAUDIO doc = NewDocument();
-    ASSERT_NE(doc, nullptr);
     ASSERT_EQ(TAVOAUDIO_AddCustomTrackEx(doc, "keep", "Keep", nullptr, 0, nullptr), 1);
     ASSERT_EQ(TAVOAUDIO_AddCustomTrackEx(doc, "drop", "Drop", nullptr, 0, nullptr), 1);
     ASSERT_EQ(TAVOAUDIO_SetCustomTrackFileType(doc, "drop", AUDIOCUSTOMTRACK_FILE_SRT), 1);
     ASSERT_NE(TAVOAUDIO_CreateRegionEx2(doc, "drop", 800, 1600, "undef", "gone", nullptr, 0, nullptr), nullptr);
     ASSERT_TRUE(TAVOAUDIO_SaveAsEx(doc, audio.c_str(), "WAV", 0));
     ASSERT_TRUE(std::filesystem::exists(sidecar));
-
     ASSERT_EQ(TAVOAUDIO_RemoveCustomTrackEx(doc, "drop"), 1);
     ASSERT_TRUE(TAVOAUDIO_SaveEx(doc, 0));
-    TAVOAUDIO_Close(doc);
+    close();
     TAVOAUDIO opened = TAVOAUDIO_OpenEx(audio.c_str(), "AUTO", 0);
     ASSERT_NE(opened, nullptr);
     EXPECT_EQ(TAVOAUDIO_CountCustomTracks(opened), 1);
     EXPECT_EQ(TrackLabel(opened, "keep"), "Keep");
-
     ASSERT_EQ(TAVOAUDIO_RemoveCustomTrackEx(opened, "keep"), 1);
     ASSERT_TRUE(TAVOAUDIO_SaveEx(opened, 0));
     EXPECT_FALSE(std::filesystem::exists(sidecar));
     TAVOAUDIO_Close(opened);
-    TAVOAUDIO again = TAVOAUDIO_OpenEx(audio.c_str(), "AUTO", 0);
-    ASSERT_NE(again, nullptr);
-    EXPECT_EQ(TAVOAUDIO_CountCustomTracks(again), 0);
-    TAVOAUDIO_Close(again);
+    opened = TAVOAUDIO_OpenEx(audio.c_str(), "AUTO", 0);
+    ASSERT_NE(opened, nullptr);
+    EXPECT_EQ(TAVOAUDIO_CountCustomTracks(opened), 0);
+    TAVOAUDIO_Close(opened);
 }
 
 TEST_F(TavoTrackSidecar, ABadListIsLoggedAndTheOpenGoesOn)
 {
-    // Not JSON; JSON that is no track list; a list whose link points
-    // forwards. Each time the SRT file still gives the track its region,
-    // under its id as label, and nothing else of the list is taken.
-    const char *const lists[] = {
-        "{ not json",
-        R"({"format": "something_else", "version": 1, "name": "x", "tracks": []})",
-        R"({"format": "tavoaudio_track_template", "version": 1, "name": "x", "tracks": [
-             {"id": "words", "label": "Renamed", "linked_to": "later"}, {"id": "later", "label": "Later"}]})",
-    };
-    for (const char *list : lists) {
+    // Not JSON; no track list; a link pointing forwards. The SRT file still
+    // gives the track its region, under its id as label, and nothing else.
+    for (const char *list : {"{ not json", R"({"format": "something_else", "version": 1, "name": "x", "tracks": []})",
+                             R"({"format": "tavoaudio_track_template", "version": 1, "name": "x", "tracks": [
+             {"id": "words", "label": "Renamed", "linked_to": "later"}, {"id": "later", "label": "Later"}]})"}) {
         SCOPED_TRACE(list);
         LogCapture log;
         TAVOAUDIO opened = OpenWithSidecar(list);
@@ -170,13 +138,8 @@ TEST_F(TavoTrackSidecar, ABadListIsLoggedAndTheOpenGoesOn)
         EXPECT_FALSE(TAVOAUDIO_HasChanges(opened));
         TAVOAUDIO_Close(opened);
     }
-}
 
-TEST_F(TavoTrackSidecar, ValuesOfTheWrongKindAreSkippedOneByOne)
-{
-    // A hand-edited list that passes as a template: a negative font size, no
-    // lines, an unknown file type, a flag as a number and a master that does
-    // not exist keep the defaults; the rest of the entry is taken.
+    // Values of the wrong kind keep the defaults; the rest of the entry is taken.
     TAVOAUDIO opened = OpenWithSidecar(R"({"format": "tavoaudio_track_template", "version": 1, "name": "x",
         "master_track": "nobody", "track_order": "words",
         "tracks": [{"id": "words", "label": "Spoken", "font_size": -3, "number_of_lines": 0,
@@ -196,41 +159,34 @@ TEST_F(TavoTrackSidecar, ValuesOfTheWrongKindAreSkippedOneByOne)
 // the audio and reported the failure twice.
 TEST_F(TavoTrackSidecar, UnwritableRegionFilesLeaveTheAudioFileAlone)
 {
-    // A folder where the track list should go cannot be replaced by a file.
-    std::filesystem::create_directory(sidecar);
-    TAVOAUDIO doc = NewDocument();
-    ASSERT_NE(doc, nullptr);
+    std::filesystem::create_directory(sidecar);   // a folder cannot be replaced by a file
     ASSERT_EQ(TAVOAUDIO_AddCustomTrackEx(doc, "words", "Words", nullptr, 0, nullptr), 1);
-    EventCounter failures;
-    ASSERT_TRUE(TAVOAUDIO_AddEventHandler(doc, TAVOAUDIO_SAVE_EXTERNAL_REGION_FAIL, EventCounter::Handler, &failures));
+    Events failures;
+    ASSERT_TRUE(TAVOAUDIO_AddEventHandler(doc, TAVOAUDIO_SAVE_EXTERNAL_REGION_FAIL, Events::Handler, &failures));
     {
         LogCapture log;
-        // The audio is written; only the region files are missing.
-        ASSERT_TRUE(TAVOAUDIO_SaveAsEx(doc, audio.c_str(), "WAV", 0));
-        EXPECT_EQ(failures.count, 1);
+        ASSERT_TRUE(TAVOAUDIO_SaveAsEx(doc, audio.c_str(), "WAV", 0));   // only the region files are missing
+        EXPECT_EQ(failures.total(), 1);
         EXPECT_TRUE(log.contains("_TAVOTRACKS_SaveTrackSidecar"));
     }
     const std::string written = ReadBytes(audio);
     const auto writtenTime = std::filesystem::last_write_time(audio);
-
     ASSERT_EQ(TAVOAUDIO_SetTrackLabelEx(doc, "words", "Sung"), 1);
     EXPECT_FALSE(TAVOAUDIO_SaveEx(doc, 0));
-    EXPECT_EQ(failures.count, 2);
+    EXPECT_EQ(failures.total(), 2);
     EXPECT_NE(TAVOAUDIO_GetLastError(doc, false), 0u);
     EXPECT_TRUE(TAVOAUDIO_HasChanges(doc));
     EXPECT_EQ(ReadBytes(audio), written);
     EXPECT_EQ(std::filesystem::last_write_time(audio), writtenTime);
-
-    // With the way clear the same save goes through.
-    std::filesystem::remove(sidecar);
+    std::filesystem::remove(sidecar);   // with the way clear the same save goes through
     EXPECT_TRUE(TAVOAUDIO_SaveEx(doc, 0));
-    EXPECT_EQ(failures.count, 2);
+    EXPECT_EQ(failures.total(), 2);
     EXPECT_FALSE(TAVOAUDIO_HasChanges(doc));
-    TAVOAUDIO_Close(doc);
+    close();
     TAVOAUDIO opened = TAVOAUDIO_OpenEx(audio.c_str(), "AUTO", 0);
     ASSERT_NE(opened, nullptr);
     EXPECT_EQ(TrackLabel(opened, "words"), "Sung");
     TAVOAUDIO_Close(opened);
 }
 
-} // namespace
+}  // namespace

@@ -484,8 +484,12 @@ int runEdit(const std::vector<std::string> &args)
 
     TAVOAUDIO audio = openDocument(in, why);
     if (audio == nullptr) {
+        if (cancelRequested()) {
+            fail("edit", "cancelled while opening '" + in + "'; '" + out + "' not written");
+            return kExitCancelled;
+        }
         fail("edit", why);
-        return cancelRequested() ? kExitCancelled : kExitFailed;
+        return kExitFailed;
     }
     int status = kExitOk;
     {

@@ -389,12 +389,13 @@ TEST_F(TavoCli, CtrlCStopsAScriptAndAnEditWithoutOutput)
 
     // Thousands of steps keep the edit busy for seconds (a small undo stack
     // keeps its memory flat; the shell's command stays under the length of
-    // one argument); the key press comes long before the end.
+    // one argument); the key press comes long before the end, and late
+    // enough that a slow (sanitizer) build has started the edit.
     writeWav(dir / "in.wav", noise(44100, 2, 3 * 44100));
     std::vector<std::string> args = {"edit", "in.wav", "-o", "out.wav", "--set",
                                      "libtavo.editoptions.undo_stack_size=2"};
     args.insert(args.end(), 8000, "reverse");
-    r = interrupted(args, "0.7");
+    r = interrupted(args, "1.5");
     EXPECT_EQ(r.code, 130);
     EXPECT_NE(r.err.find("not written"), std::string::npos) << r.err;
     EXPECT_FALSE(fs::exists(dir / "out.wav"));

@@ -37,7 +37,11 @@ class TavoMetadata : public ::testing::Test {
 protected:
     TAVOAUDIO doc = tavotest::MakeSineDocument(1000, 2, 4.0);
     tavotest::EventLog events{doc};
-    ~TavoMetadata() override { TAVOAUDIO_Close(doc); }
+    ~TavoMetadata() override
+    {
+        events.detach();
+        TAVOAUDIO_Close(doc);
+    }
     int32_t undoSteps() { return TAVOUNDO_CountUndoScripts(doc); }
 };
 

@@ -33,7 +33,14 @@ struct EventLog {
     std::function<int32_t(const BLNOTIFY_EVENT *)> reply;
 
     explicit EventLog(TAVOAUDIO doc) : m_doc(doc) { TAVOAUDIO_AddEventHandler(doc, BLNOTIFY_ANY_KIND, &handle, this); }
-    ~EventLog() { TAVOAUDIO_DelEventHandler(m_doc, BLNOTIFY_ANY_KIND, &handle, this); }
+    ~EventLog() { detach(); }
+    // Stops listening; call before the document is closed when the log
+    // outlives it.
+    void detach()
+    {
+        if (m_doc != nullptr) TAVOAUDIO_DelEventHandler(m_doc, BLNOTIFY_ANY_KIND, &handle, this);
+        m_doc = nullptr;
+    }
     EventLog(const EventLog &) = delete;
     EventLog &operator=(const EventLog &) = delete;
 

@@ -268,20 +268,15 @@ TEST_F(TavoTracks, ChannelTracksFollowTheChannelsOfTheSignal)
     EXPECT_EQ(look.slot, 0);
 }
 
-TEST(TavoTracksHandles, NullAndClosedDocumentsFailQuietly)
+TEST(TavoTracksHandles, NullDocumentsFailQuietly)
 {
-    TAVOAUDIO closed = tavotest::MakeSineDocument(1000, 1, 1.0);
-    ASSERT_NE(closed, nullptr);
-    TAVOAUDIO_Close(closed);
     char buffer[32] = "";
-    for (TAVOAUDIO doc : {static_cast<TAVOAUDIO>(nullptr), closed}) {
-        EXPECT_EQ(TAVOAUDIO_AddCustomTrackEx(doc, "a", "A", nullptr, 0, nullptr), 0);
-        EXPECT_EQ(TAVOAUDIO_RemoveCustomTrackEx(doc, "a"), 0);
-        EXPECT_EQ(TAVOAUDIO_SetTrackLabelEx(doc, "a", "x"), 0);
-        EXPECT_EQ(TAVOAUDIO_CountCustomTracks(doc), 0);
-        EXPECT_FALSE(TAVOAUDIO_GetCustomTrackUniqId(doc, 0, buffer, sizeof buffer));
-        EXPECT_FALSE(TAVOAUDIO_HideCustomTrack(doc, "a"));
-    }
+    EXPECT_EQ(TAVOAUDIO_AddCustomTrackEx(nullptr, "a", "A", nullptr, 0, nullptr), 0);
+    EXPECT_EQ(TAVOAUDIO_RemoveCustomTrackEx(nullptr, "a"), 0);
+    EXPECT_EQ(TAVOAUDIO_SetTrackLabelEx(nullptr, "a", "x"), 0);
+    EXPECT_EQ(TAVOAUDIO_CountCustomTracks(nullptr), 0);
+    EXPECT_FALSE(TAVOAUDIO_GetCustomTrackUniqId(nullptr, 0, buffer, sizeof buffer));
+    EXPECT_FALSE(TAVOAUDIO_HideCustomTrack(nullptr, "a"));
 }
 
 }  // namespace

@@ -419,7 +419,10 @@ public:
     void addChunk(const ChunkRef &chunk)
     {
         if (chunk->spans.empty()) return;
-        if (m_spans.size() + chunk->spans.size() <= SpanList::kChunkSpans / 2 || chunk->spans.size() < 4) {
+        // A chunk is taken apart only to fill a short chunk being built (or
+        // when it is tiny itself); otherwise it is shared as it is.
+        if ((!m_spans.empty() && m_spans.size() + chunk->spans.size() <= SpanList::kChunkSpans / 2) ||
+            chunk->spans.size() < 4) {
             for (const Span &span : chunk->spans) addSpan(span);
             return;
         }
@@ -442,7 +445,12 @@ public:
     void addPage(const PageRef &page)
     {
         if (page->chunks.empty()) return;
-        if (m_chunks.size() + page->chunks.size() <= SpanList::kPageChunks / 2 || !m_spans.empty()) {
+        // Pending spans become a chunk of their own first: a shared page is
+        // never taken apart because a partial chunk stands before it, so the
+        // pages after an edit point are kept whole and an edit costs the
+        // same on a long list as on a short one.
+        flushSpans();
+        if (!m_chunks.empty() && m_chunks.size() + page->chunks.size() <= SpanList::kPageChunks / 2) {
             for (const ChunkRef &chunk : page->chunks) addChunk(chunk);
             return;
         }

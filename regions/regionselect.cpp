@@ -9,6 +9,7 @@
 
 #include <cstdint>
 #include <cstring>
+#include <functional>
 #include <vector>
 
 #include "audioregion.h"
@@ -261,6 +262,32 @@ void _TAVOREGIONVIEW_Notify(TAVOAUDIO audio)
     TAVOSTATE_NotifyChanges(audio, 0, TAVOREGIONVIEW_CHANGED);
 }
 
+namespace {
+
+// Changes one of the state's region references to `region` (null: none)
+// under selection write access. `change` says whether anything changed and
+// queues the events, which go out, followed by the view notification, after
+// the access ends. 0 for a refused access or a region not in the signal.
+int32_t changeReference(TAVOAUDIO audio, AUDIOREGION region,
+                        const std::function<bool(TavoDocument *, AUDIOSIGNAL, EventQueue &)> &change)
+{
+    TavoDocument *doc = _TAVOREGIONVIEW_Document(audio);
+    if (doc == nullptr) return 0;
+    EventQueue events;
+    {
+        SelectionWrite access(audio);
+        if (!access) return 0;
+        AUDIOSIGNAL signal = _TAVOAUDIO_Signal(doc);
+        if (region != nullptr && !_TAVOREGIONVIEW_IsLive(signal, region)) return 0;
+        if (!change(doc, signal, events)) return 1;
+    }
+    events.send(audio);
+    _TAVOREGIONVIEW_Notify(audio);
+    return 1;
+}
+
+}  // namespace
+
 // ---- focused, current and edited region ----------------------------------------------
 
 TAVO_API AUDIOREGION TAVOAUDIO_GetRegionOnFocus(TAVOAUDIO audio)
@@ -275,19 +302,9 @@ TAVO_API AUDIOREGION TAVOAUDIO_ReferenceRegionOnFocus(TAVOAUDIO audio)
 
 TAVO_API int32_t TAVOAUDIO_SetFocusOnRegion(TAVOAUDIO audio, AUDIOREGION region)
 {
-    TavoDocument *doc = _TAVOREGIONVIEW_Document(audio);
-    if (doc == nullptr) return 0;
-    EventQueue events;
-    {
-        SelectionWrite access(audio);
-        if (!access) return 0;
-        AUDIOSIGNAL signal = _TAVOAUDIO_Signal(doc);
-        if (region != nullptr && !_TAVOREGIONVIEW_IsLive(signal, region)) return 0;
-        if (!moveFocus(doc->state, signal, region, events)) return 1;
-    }
-    events.send(audio);
-    _TAVOREGIONVIEW_Notify(audio);
-    return 1;
+    return changeReference(audio, region, [region](TavoDocument *doc, AUDIOSIGNAL signal, EventQueue &events) {
+        return moveFocus(doc->state, signal, region, events);
+    });
 }
 
 TAVO_API AUDIOREGION TAVOAUDIO_GetCurrentRegion(TAVOAUDIO audio)
@@ -302,23 +319,14 @@ TAVO_API AUDIOREGION TAVOAUDIO_ReferenceCurrentRegion(TAVOAUDIO audio)
 
 TAVO_API int32_t TAVOAUDIO_SetCurrentRegion(TAVOAUDIO audio, AUDIOREGION region)
 {
-    TavoDocument *doc = _TAVOREGIONVIEW_Document(audio);
-    if (doc == nullptr) return 0;
-    EventQueue events;
-    {
-        SelectionWrite access(audio);
-        if (!access) return 0;
-        AUDIOSIGNAL signal = _TAVOAUDIO_Signal(doc);
-        if (region != nullptr && !_TAVOREGIONVIEW_IsLive(signal, region)) return 0;
+    return changeReference(audio, region, [region](TavoDocument *doc, AUDIOSIGNAL signal, EventQueue &events) {
         // The previous region's reference is held by the queue until its
         // event is out.
         AUDIOREGION previous = nullptr;
-        if (!exchangeReference(signal, &doc->state->currentRegion, region, events, &previous)) return 1;
+        if (!exchangeReference(signal, &doc->state->currentRegion, region, events, &previous)) return false;
         events.add(TAVOAUDIO_REGION_CHANGE_CURRENT, region, previous);
-    }
-    events.send(audio);
-    _TAVOREGIONVIEW_Notify(audio);
-    return 1;
+        return true;
+    });
 }
 
 TAVO_API AUDIOREGION TAVOAUDIO_GetRegionOnEdit(TAVOAUDIO audio)
@@ -328,18 +336,9 @@ TAVO_API AUDIOREGION TAVOAUDIO_GetRegionOnEdit(TAVOAUDIO audio)
 
 TAVO_API int32_t TAVOAUDIO_SetEditingRegion(TAVOAUDIO audio, AUDIOREGION region)
 {
-    TavoDocument *doc = _TAVOREGIONVIEW_Document(audio);
-    if (doc == nullptr) return 0;
-    EventQueue events;
-    {
-        SelectionWrite access(audio);
-        if (!access) return 0;
-        AUDIOSIGNAL signal = _TAVOAUDIO_Signal(doc);
-        if (region != nullptr && !_TAVOREGIONVIEW_IsLive(signal, region)) return 0;
-        if (!exchangeReference(signal, &doc->state->editRegion, region, events, nullptr)) return 1;
-    }
-    _TAVOREGIONVIEW_Notify(audio);
-    return 1;
+    return changeReference(audio, region, [region](TavoDocument *doc, AUDIOSIGNAL signal, EventQueue &events) {
+        return exchangeReference(signal, &doc->state->editRegion, region, events, nullptr);
+    });
 }
 
 TAVO_API bool TAVOAUDIO_IsEditingRegion(TAVOAUDIO audio)

@@ -564,53 +564,50 @@ TAVO_API int32_t TAVOAUDIO_SetTrackLabelEx(TAVOAUDIO audio, const char *uniqId, 
     return editTrack(audio, uniqId, edit);
 }
 
+namespace {
+
+// A property with a getter and a setter of the signal library, set to
+// `value` as one undo step (no step when it already has that value).
+template <typename T>
+int32_t setValue(TAVOAUDIO audio, const char *uniqId, const char *undoLabel, bool recordAllTracks, T value,
+                 T (*get)(AUDIOCUSTOMTRACK), bool (*set)(AUDIOCUSTOMTRACK, T))
+{
+    PropertyEdit edit{undoLabel, recordAllTracks, [=](AUDIOCUSTOMTRACK track) { return get(track) == value; },
+                      [=](AUDIOSIGNAL, AUDIOCUSTOMTRACK track) { return set(track, value); }};
+    return editTrack(audio, uniqId, edit);
+}
+
+}  // namespace
+
 TAVO_API int32_t TAVOAUDIO_SetTrackAsGlobalDefault(TAVOAUDIO audio, const char *uniqId, bool use)
 {
     // Taking the global default clears it on the other tracks: all are recorded.
-    PropertyEdit edit{"Use Linked Properties", true,
-                      [use](AUDIOCUSTOMTRACK track) { return AUDIOCUSTOMTRACK_GetUseAsGlobalDefault(track) == use; },
-                      [use](AUDIOSIGNAL, AUDIOCUSTOMTRACK track) {
-                          return AUDIOCUSTOMTRACK_SetUseAsGlobalDefault(track, use);
-                      }};
-    return editTrack(audio, uniqId, edit);
+    return setValue(audio, uniqId, "Use Linked Properties", true, use, AUDIOCUSTOMTRACK_GetUseAsGlobalDefault,
+                    AUDIOCUSTOMTRACK_SetUseAsGlobalDefault);
 }
 
 TAVO_API int32_t TAVOAUDIO_SetTrackUseAsLinkedDefault(TAVOAUDIO audio, const char *uniqId, bool use)
 {
-    PropertyEdit edit{"Use Linked Properties", false,
-                      [use](AUDIOCUSTOMTRACK track) { return AUDIOCUSTOMTRACK_GetUseAsLinkedDefault(track) == use; },
-                      [use](AUDIOSIGNAL, AUDIOCUSTOMTRACK track) {
-                          return AUDIOCUSTOMTRACK_SetUseAsLinkedDefault(track, use);
-                      }};
-    return editTrack(audio, uniqId, edit);
+    return setValue(audio, uniqId, "Use Linked Properties", false, use, AUDIOCUSTOMTRACK_GetUseAsLinkedDefault,
+                    AUDIOCUSTOMTRACK_SetUseAsLinkedDefault);
 }
 
 TAVO_API int32_t TAVOAUDIO_SetTrackFontSize(TAVOAUDIO audio, const char *uniqId, float size)
 {
-    PropertyEdit edit{"Set Track Font Size", false,
-                      [size](AUDIOCUSTOMTRACK track) { return AUDIOCUSTOMTRACK_GetFontSize(track) == size; },
-                      [size](AUDIOSIGNAL, AUDIOCUSTOMTRACK track) { return AUDIOCUSTOMTRACK_SetFontSize(track, size); }};
-    return editTrack(audio, uniqId, edit);
+    return setValue(audio, uniqId, "Set Track Font Size", false, size, AUDIOCUSTOMTRACK_GetFontSize,
+                    AUDIOCUSTOMTRACK_SetFontSize);
 }
 
 TAVO_API int32_t TAVOAUDIO_SetTrackNumberOfLines(TAVOAUDIO audio, const char *uniqId, int32_t lines)
 {
-    PropertyEdit edit{"Set Track Number of Lines", false,
-                      [lines](AUDIOCUSTOMTRACK track) { return AUDIOCUSTOMTRACK_GetNumberOfLines(track) == lines; },
-                      [lines](AUDIOSIGNAL, AUDIOCUSTOMTRACK track) {
-                          return AUDIOCUSTOMTRACK_SetNumberOfLines(track, lines);
-                      }};
-    return editTrack(audio, uniqId, edit);
+    return setValue(audio, uniqId, "Set Track Number of Lines", false, lines, AUDIOCUSTOMTRACK_GetNumberOfLines,
+                    AUDIOCUSTOMTRACK_SetNumberOfLines);
 }
 
 TAVO_API int32_t TAVOAUDIO_SetCustomTrackFileType(TAVOAUDIO audio, const char *uniqId, int32_t fileType)
 {
-    PropertyEdit edit{"Set Track Format", false,
-                      [fileType](AUDIOCUSTOMTRACK track) { return AUDIOCUSTOMTRACK_GetFileType(track) == fileType; },
-                      [fileType](AUDIOSIGNAL, AUDIOCUSTOMTRACK track) {
-                          return AUDIOCUSTOMTRACK_SetFileType(track, fileType);
-                      }};
-    return editTrack(audio, uniqId, edit);
+    return setValue(audio, uniqId, "Set Track Format", false, fileType, AUDIOCUSTOMTRACK_GetFileType,
+                    AUDIOCUSTOMTRACK_SetFileType);
 }
 
 // ---- queries ----------------------------------------------------------------------

@@ -44,6 +44,29 @@ inline Result run(const fs::path &folder, const std::vector<std::string> &args, 
     return r;
 }
 
+// Runs the tool in the background and presses Ctrl-C `delay` seconds after
+// the program has installed its SIGINT handler (read from the caught-signal
+// mask in /proc), so that a slow start never meets the default action, which
+// would end the program silently. Gives up waiting after 30 s or when the
+// program has already ended.
+inline Result runInterrupted(const fs::path &folder, const std::vector<std::string> &args, const std::string &env,
+                             const char *delay)
+{
+    const fs::path out = folder / "stdout.txt", err = folder / "stderr.txt";
+    std::string command = "cd " + quote(folder.string()) + " && { " + env + " " + quote(TAVO_TOOL);
+    for (const std::string &arg : args) command += " " + quote(arg);
+    command += " >" + quote(out.string()) + " 2>" + quote(err.string()) + " </dev/null & p=$!; i=0; "
+               "until awk '/^SigCgt/ { exit !index(\"2367abef\", substr($2, length($2))) }' /proc/$p/status "
+               "2>/dev/null; do kill -0 $p 2>/dev/null && [ $i -lt 600 ] || break; sleep 0.05; i=$((i+1)); done; "
+               "sleep " + std::string(delay) + "; kill -INT $p 2>/dev/null; wait $p; }";
+    const int status = std::system(command.c_str());
+    Result r;
+    if (WIFEXITED(status)) r.code = WEXITSTATUS(status);
+    r.out = readFile(out);
+    r.err = readFile(err);
+    return r;
+}
+
 // Deterministic noise over most of the 16-bit range (xorshift32), different
 // in each channel, so that any misplaced frame shows.
 inline Pcm noise(int rate, int channels, int64_t frames, uint32_t x = 0x9e3779b9u)

@@ -59,9 +59,17 @@ uint32_t _TAVOAUDIO_FileFlags(struct TavoDocument *doc);
 bool _TAVOAUDIO_SaveRegionFiles(struct TavoDocument *doc, AUDIOSIGNAL signal, const char *audioName,
                                 uint32_t *error);
 
-/* Reads the annotation tracks kept as sidecar region files of the audio file
-** ("<name without extension>.<track id>.srt"). Call with the write lock
-** held. Returns how many were read. */
-int32_t _TAVOAUDIO_ReadSidecarRegions(struct TavoDocument *doc, AUDIOSIGNAL signal);
+/* Reads what is kept beside the audio file `doc->fileName`: the annotation
+** tracks listed in its track sidecar, in their saved order, their regions
+** from the SRT sidecars ("<name without extension>.<track id>.srt"), then
+** their properties, links and the master track. Call with the write lock
+** held. Returns how many SRT sidecars were read. */
+int32_t _TAVOAUDIO_ReadSidecars(struct TavoDocument *doc, AUDIOSIGNAL signal);
+
+/* Renames the sidecars of `oldName` (SRT sidecars, the track sidecar and
+** their backups) to the same names with the stem of `newName`, over any of
+** that stem left behind by another file. False when one could not be moved
+** (logged; the others are moved all the same). */
+bool _TAVOAUDIO_MoveSidecars(const char *oldName, const char *newName);
 
 #endif

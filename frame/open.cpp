@@ -8,10 +8,13 @@
 #include <filesystem>
 #include <string>
 #include <system_error>
+#include <utility>
+#include <vector>
 
 #include "audiofile.h"
 #include "audiometadata.h"
 #include "audioregion.h"
+#include "bldebug.h"
 #include "blinifile.h"
 #include "blio.h"
 #include "blsettings.h"
@@ -195,19 +198,9 @@ bool resolveLink(TavoDocument *doc, void *parent, uint32_t openFlags)
     lock.release();
     if (old != nullptr) AUDIOSIGNAL_Destroy(old);
 
-    // Links and streams have no folder of their own to hold sidecars.
-    if (format.formatTag != AUDIO_FORMATTAG_LINK && format.formatTag != AUDIO_FORMATTAG_STREAM) {
+    {
         TavoDocWriteLock again(doc);
-        if (again) {
-            // The tracks listed beside the file are made first, in their
-            // saved order, so that the SRT sidecars fill them rather than
-            // add tracks in folder order; their properties and links follow
-            // once every track exists.
-            TavoTrackSidecar tracks(doc->fileName);
-            tracks.createTracks(signal);
-            _TAVOAUDIO_ReadSidecarRegions(doc, signal);
-            tracks.apply(doc, signal);
-        }
+        if (again) _TAVOAUDIO_ReadSidecars(doc, signal);
     }
 
     if (wasReset) {
@@ -238,29 +231,85 @@ bool resolveLink(TavoDocument *doc, void *parent, uint32_t openFlags)
 
 } // namespace
 
-int32_t _TAVOAUDIO_ReadSidecarRegions(TavoDocument *doc, AUDIOSIGNAL signal)
+namespace {
+
+// The sidecars of an audio file: "<stem>.<track id>.srt" (SRT sidecars,
+// the names AUDIOSIGNAL_SaveSrtSidecars writes), "<stem>.tracks.json" (the
+// track sidecar) and their ".bkp" backups. Calls found(path, tail, id) with
+// the name's part after the stem ("." included) and the track id of an SRT
+// sidecar ("" for the track sidecar and the backups).
+template <typename Found>
+void forEachSidecar(const char *audioName, Found found)
 {
-    // Sidecars are "<audio name without extension>.<track id>.srt", the
-    // names AUDIOSIGNAL_SaveSrtSidecars writes.
     namespace fs = std::filesystem;
     std::error_code failure;
-    const fs::path audioPath(doc->fileName);
+    const fs::path audioPath(audioName);
     const fs::path folder = audioPath.has_parent_path() ? audioPath.parent_path() : fs::path(".");
     const std::string prefix = audioPath.stem().string() + ".";
-    int32_t read = 0;
+    const auto endsWith = [](const std::string &text, const char *end) {
+        const size_t n = std::strlen(end);
+        return text.size() >= n && text.compare(text.size() - n, n, end) == 0;
+    };
     fs::directory_iterator it(folder, failure);
-    if (failure) return 0;
+    if (failure) return;
     for (const fs::directory_entry &entry : it) {
         const std::string name = entry.path().filename().string();
-        if (name.size() <= prefix.size() + 4 || name.compare(0, prefix.size(), prefix) != 0) continue;
-        if (name.compare(name.size() - 4, 4, ".srt") != 0) continue;
-        const std::string id = name.substr(prefix.size(), name.size() - prefix.size() - 4);
-        if (id.empty() || id.find('.') != std::string::npos) continue;
+        if (name.size() <= prefix.size() || name.compare(0, prefix.size(), prefix) != 0) continue;
+        std::string base = name.substr(prefix.size());
+        const bool backup = endsWith(base, ".bkp");
+        if (backup) base.resize(base.size() - 4);
+        std::string id;
+        if (base != "tracks.json") {
+            if (!endsWith(base, ".srt")) continue;
+            id = base.substr(0, base.size() - 4);
+            if (id.empty() || id.find('.') != std::string::npos) continue;
+        }
+        found(entry.path(), name.substr(prefix.size() - 1), backup ? std::string() : id);
+    }
+}
+
+} // namespace
+
+int32_t _TAVOAUDIO_ReadSidecars(TavoDocument *doc, AUDIOSIGNAL signal)
+{
+    // The tracks listed in the track sidecar are made first, in their saved
+    // order, so that the SRT sidecars fill them rather than add tracks in
+    // folder order; their properties and links follow once every track
+    // exists. Links and streams have no folder of their own to hold sidecars.
+    const AUDIO_FORMAT format = AUDIOSIGNAL_GetFormat(signal);
+    if (format.formatTag == AUDIO_FORMATTAG_LINK || format.formatTag == AUDIO_FORMATTAG_STREAM) return 0;
+    TavoTrackSidecar tracks(doc->fileName);
+    tracks.createTracks(signal);
+    int32_t read = 0;
+    forEachSidecar(doc->fileName, [&](const std::filesystem::path &path, const std::string &, const std::string &id) {
+        if (id.empty()) return;  // the track sidecar, or a backup
         char format[320];
         std::snprintf(format, sizeof(format), "SRT[track=%s,linked=1]", id.c_str());
-        if (AUDIOSIGNAL_ReadRegionsEx(signal, entry.path().c_str(), format, AUDIOSIGNAL_REGIONS_EXTERNAL)) ++read;
-    }
+        if (AUDIOSIGNAL_ReadRegionsEx(signal, path.c_str(), format, AUDIOSIGNAL_REGIONS_EXTERNAL)) ++read;
+    });
+    tracks.apply(doc, signal);
     return read;
+}
+
+bool _TAVOAUDIO_MoveSidecars(const char *oldName, const char *newName)
+{
+    namespace fs = std::filesystem;
+    std::vector<std::pair<fs::path, fs::path>> moves;
+    const fs::path newPath(newName);
+    const fs::path folder = newPath.has_parent_path() ? newPath.parent_path() : fs::path(".");
+    forEachSidecar(oldName, [&](const fs::path &path, const std::string &tail, const std::string &) {
+        moves.emplace_back(path, folder / (newPath.stem().string() + tail));
+    });
+    bool moved = true;
+    for (const auto &[from, to] : moves) {
+        std::error_code failure;
+        fs::rename(from, to, failure);
+        if (failure) {
+            BLDEBUG_Error("cannot move the sidecar %s to %s", from.c_str(), to.c_str());
+            moved = false;
+        }
+    }
+    return moved;
 }
 
 TAVO_API bool TAVOAUDIO_Link(TAVOAUDIO audio, const char *fileName, const char *format)

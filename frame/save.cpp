@@ -31,6 +31,13 @@
 
 namespace {
 
+// The canonical form of a file name, or the name as given when it has none
+// (a file that does not exist yet).
+void canonicalName(const char *name, char *canonical, size_t size)
+{
+    if (!BLIO_ExtractCanonicalFileName(name, canonical, size)) std::snprintf(canonical, size, "%s", name);
+}
+
 // Room for a format name or its parameter text, and for the effective
 // format written back.
 constexpr size_t kFormatPart = 512;
@@ -111,13 +118,17 @@ bool saveAs(TavoDocument *doc, const std::string &fileName, const std::string &f
             uint32_t error = 0;
             saved = AUDIOSIGNAL_SaveEx(signal, fileName.c_str(), format.c_str(),
                                        flags & (AUDIO_SAVE_KEEP_BACKUP | AUDIO_SAVE_COPY), &error);
+            char canonical[TAVOAUDIO_NAME_SIZE];
+            canonicalName(fileName.c_str(), canonical, sizeof(canonical));
             if (!saved) {
                 storeSignalError(doc, error);
                 BLDEBUG_Error("TAVOAUDIO_SaveAsEx: cannot write %s as %s", fileName.c_str(), format.c_str());
-            } else if (!copyOnly) {
-                char canonical[TAVOAUDIO_NAME_SIZE];
-                if (!BLIO_ExtractCanonicalFileName(fileName.c_str(), canonical, sizeof(canonical)))
-                    std::snprintf(canonical, sizeof(canonical), "%s", fileName.c_str());
+            } else if (copyOnly) {
+                // A copy holds the annotation tracks too, in sidecars of its
+                // own name; the document's external region files stay its own.
+                regionFilesFailed = !AUDIOSIGNAL_SaveSrtSidecarsEx(signal, canonical, false) ||
+                                    !_TAVOTRACKS_SaveTrackSidecar(doc, signal, canonical);
+            } else {
                 _TAVOAUDIO_StoreFileName(doc, canonical);
                 _TAVOAUDIO_StoreFileFormat(doc, stored);
                 TAVOSTATE_ResetTimeStamps(audio);
@@ -136,8 +147,9 @@ bool saveAs(TavoDocument *doc, const std::string &fileName, const std::string &f
     }
     if (!TAVOAUDIO_IsValid(audio)) return saved;
     TAVOAUDIO_ProcessFinish(audio, !saved);
-    if (!saved || copyOnly) return saved;
+    if (!saved) return false;
     if (regionFilesFailed) _TAVOAUDIO_Send(doc, TAVOAUDIO_SAVE_EXTERNAL_REGION_FAIL, nullptr, nullptr, nullptr);
+    if (copyOnly) return true;
     _TAVOAUDIO_SendFileNameChanged(doc);
     TAVOSTATE_NotifyChanges(audio, 0, TAVOAUDIO_CHANGES_ALL);
     return true;
@@ -276,6 +288,8 @@ TAVO_API bool TAVOAUDIO_RevertToSaved(TAVOAUDIO audio)
             return false;
         }
         old = _TAVOAUDIO_AttachSignal(doc, fresh);
+        // The annotation tracks come back from their sidecars as on open.
+        _TAVOAUDIO_ReadSidecars(doc, fresh);
         if (!AUDIO_SupportFormat(1, doc->fileFormat)) AUDIOSIGNAL_SetReadOnly(fresh, true);
         // The undo steps describe edits of the signal just dropped.
         if (doc->undo != nullptr && TAVOUNDO_DestroyStack(audio)) doc->undo = nullptr;
@@ -304,8 +318,7 @@ TAVO_API bool TAVOAUDIO_RenameEx(TAVOAUDIO audio, const char *newName, uint32_t 
         return false;
     }
     char canonical[TAVOAUDIO_NAME_SIZE];
-    if (!BLIO_ExtractCanonicalFileName(newName, canonical, sizeof(canonical)))
-        std::snprintf(canonical, sizeof(canonical), "%s", newName);
+    canonicalName(newName, canonical, sizeof(canonical));
     const std::string oldName = doc->fileName;
     {
         TavoDocWriteLock lock(doc);
@@ -324,6 +337,10 @@ TAVO_API bool TAVOAUDIO_RenameEx(TAVOAUDIO audio, const char *newName, uint32_t 
                 storeSignalError(doc, errno == ENOENT ? AUDIO_ERROR_FILE_NOT_FOUND : AUDIO_ERROR_CANNOT_WRITE);
                 return false;
             }
+            // The sidecars follow the file: left behind, they would be lost
+            // to it on the next open. A sidecar that cannot move is logged;
+            // the next save writes it again under the new name.
+            _TAVOAUDIO_MoveSidecars(oldName.c_str(), canonical);
         }
         _TAVOAUDIO_StoreFileName(doc, canonical);
         AUDIOSIGNAL signal = _TAVOAUDIO_Signal(doc);

@@ -189,4 +189,45 @@ TEST_F(TavoTrackSidecar, UnwritableRegionFilesLeaveTheAudioFileAlone)
     TAVOAUDIO_Close(opened);
 }
 
+// A copy gets sidecars of its own name without taking the document's
+// tracks away from their files; a rename takes the sidecars along; a revert
+// reads them again as an open does.
+TEST_F(TavoTrackSidecar, FollowACopyARenameAndARevert)
+{
+    const auto regionsIn = [](TAVOAUDIO audio) { return TAVOAUDIO_CountRegionsOfTrack(audio, -1); };
+    const auto addRegion = [&](int64_t begin) {
+        return TAVOAUDIO_CreateRegionEx2(doc, "words", begin, begin + 400, "undef", "w", nullptr, 0, nullptr);
+    };
+    ASSERT_EQ(TAVOAUDIO_AddCustomTrackEx(doc, "words", "Words", nullptr, 0, nullptr), 1);
+    ASSERT_EQ(TAVOAUDIO_SetCustomTrackFileType(doc, "words", AUDIOCUSTOMTRACK_FILE_SRT), 1);
+    ASSERT_NE(addRegion(800), nullptr);
+    ASSERT_TRUE(TAVOAUDIO_SaveAsEx(doc, audio.c_str(), "WAV", 0));
+    ASSERT_TRUE(TAVOAUDIO_SaveAsEx(doc, folder.file("copy.wav").c_str(), "WAV", TAVOAUDIO_SAVE_COPY));
+    EXPECT_TRUE(std::filesystem::exists(folder.file("copy.tracks.json")));
+    ASSERT_NE(addRegion(2000), nullptr);
+    ASSERT_TRUE(TAVOAUDIO_SaveEx(doc, 0));
+    TAVOAUDIO copy = TAVOAUDIO_OpenEx(folder.file("copy.wav").c_str(), "AUTO", 0);
+    ASSERT_NE(copy, nullptr);
+    EXPECT_EQ(TrackLabel(copy, "words"), "Words");
+    EXPECT_EQ(regionsIn(copy), 1);
+    TAVOAUDIO_Close(copy);
+
+    ASSERT_NE(addRegion(4000), nullptr);
+    ASSERT_TRUE(TAVOAUDIO_RevertToSaved(doc));
+    EXPECT_EQ(TrackLabel(doc, "words"), "Words");
+    EXPECT_EQ(regionsIn(doc), 2);
+    EXPECT_FALSE(TAVOAUDIO_HasChanges(doc));
+
+    const std::string moved = folder.file("moved.wav");
+    ASSERT_TRUE(TAVOAUDIO_RenameEx(doc, moved.c_str(), 0));
+    EXPECT_FALSE(std::filesystem::exists(sidecar));
+    EXPECT_FALSE(std::filesystem::exists(folder.file("take.words.srt")));
+    close();
+    TAVOAUDIO opened = TAVOAUDIO_OpenEx(moved.c_str(), "AUTO", 0);
+    ASSERT_NE(opened, nullptr);
+    EXPECT_EQ(TrackLabel(opened, "words"), "Words");
+    EXPECT_EQ(regionsIn(opened), 2);
+    TAVOAUDIO_Close(opened);
+}
+
 }  // namespace

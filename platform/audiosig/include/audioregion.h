@@ -529,6 +529,11 @@ AUDIO_API bool AUDIOSIGNAL_SaveExternalRegions(AUDIOSIGNAL signal, uint32_t *err
 ** any failed, that is logged and none is retired. False when any failed. */
 AUDIO_API bool AUDIOSIGNAL_SaveSrtSidecars(AUDIOSIGNAL signal, const char *audioName);
 
+/* The same with a choice: `link` false writes them as copies (format
+** "SRT[track=%s,linked=0]"), leaving the tracks bound to the files they had,
+** for a copy of the audio saved under another name. */
+AUDIO_API bool AUDIOSIGNAL_SaveSrtSidecarsEx(AUDIOSIGNAL signal, const char *audioName, bool link);
+
 AUDIO_EXTERN_C_END
 
 #endif

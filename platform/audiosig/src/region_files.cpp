@@ -572,6 +572,11 @@ bool AUDIOSIGNAL_SaveExternalRegions(AUDIOSIGNAL signal, uint32_t *error)
 
 bool AUDIOSIGNAL_SaveSrtSidecars(AUDIOSIGNAL signal, const char *audioName)
 {
+    return AUDIOSIGNAL_SaveSrtSidecarsEx(signal, audioName, true);
+}
+
+bool AUDIOSIGNAL_SaveSrtSidecarsEx(AUDIOSIGNAL signal, const char *audioName, bool link)
+{
     if (signal == nullptr || audioName == nullptr || audioName[0] == '\0') return false;
     try {
         std::string base = audioName;
@@ -591,7 +596,7 @@ bool AUDIOSIGNAL_SaveSrtSidecars(AUDIOSIGNAL signal, const char *audioName)
             }
             if (track->m_properties.temporary) continue;
             char group[320];
-            std::snprintf(group, sizeof(group), "SRT[track=%s,linked=1]", track->m_uniqId.c_str());
+            std::snprintf(group, sizeof(group), "SRT[track=%s,linked=%d]", track->m_uniqId.c_str(), link ? 1 : 0);
             struct stat old {};
             if (::stat(sidecar.c_str(), &old) == 0) {
                 char backup[4352];

@@ -61,12 +61,13 @@ bool _TAVOAUDIO_SaveRegionFiles(struct TavoDocument *doc, AUDIOSIGNAL signal, co
 
 /* Reads what is kept beside the audio file `doc->fileName`: the annotation
 ** tracks listed in its track sidecar, in their saved order, their regions
-** from the SRT sidecars ("<name without extension>.<track id>.srt"), then
-** their properties, links and the master track. Call with the write lock
-** held. Returns how many SRT sidecars were read. */
+** from the region sidecars ("<name without extension>.<track id>.srt", or
+** ".vtt" and ".labels.txt" for the other file types), then their
+** properties, links and the master track. Call with the write lock held.
+** Returns how many region sidecars were read. */
 int32_t _TAVOAUDIO_ReadSidecars(struct TavoDocument *doc, AUDIOSIGNAL signal);
 
-/* Renames the sidecars of `oldName` (SRT sidecars, the track sidecar and
+/* Renames the sidecars of `oldName` (region sidecars, the track sidecar and
 ** their backups) to the same names with the stem of `newName`, over any of
 ** that stem left behind by another file. False when one could not be moved
 ** (logged; the others are moved all the same). */

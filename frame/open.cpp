@@ -233,11 +233,13 @@ bool resolveLink(TavoDocument *doc, void *parent, uint32_t openFlags)
 
 namespace {
 
-// The sidecars of an audio file: "<stem>.<track id>.srt" (SRT sidecars,
-// the names AUDIOSIGNAL_SaveSrtSidecars writes), "<stem>.tracks.json" (the
-// track sidecar) and their ".bkp" backups. Calls found(path, tail, id) with
-// the name's part after the stem ("." included) and the track id of an SRT
-// sidecar ("" for the track sidecar and the backups).
+// The sidecars of an audio file: "<stem>.<track id>.<extension>" (the
+// regions of the annotation tracks, the names AUDIOSIGNAL_SaveSrtSidecars
+// writes, the extension telling the file type), "<stem>.tracks.json" (the
+// track sidecar) and their ".bkp" backups. Calls found(path, tail, id, type)
+// with the name's part after the stem ("." included), and the track id and
+// file type of a region sidecar ("" and AUDIOCUSTOMTRACK_FILE_NONE for the
+// track sidecar and the backups).
 template <typename Found>
 void forEachSidecar(const char *audioName, Found found)
 {
@@ -246,25 +248,34 @@ void forEachSidecar(const char *audioName, Found found)
     const fs::path audioPath(audioName);
     const fs::path folder = audioPath.has_parent_path() ? audioPath.parent_path() : fs::path(".");
     const std::string prefix = audioPath.stem().string() + ".";
-    const auto endsWith = [](const std::string &text, const char *end) {
-        const size_t n = std::strlen(end);
-        return text.size() >= n && text.compare(text.size() - n, n, end) == 0;
+    const auto cutEnd = [](std::string &text, const std::string &end) {
+        const bool ends = text.size() > end.size() && text.compare(text.size() - end.size(), end.size(), end) == 0;
+        if (ends) text.resize(text.size() - end.size());
+        return ends;
     };
     fs::directory_iterator it(folder, failure);
     if (failure) return;
     for (const fs::directory_entry &entry : it) {
         const std::string name = entry.path().filename().string();
         if (name.size() <= prefix.size() || name.compare(0, prefix.size(), prefix) != 0) continue;
-        std::string base = name.substr(prefix.size());
-        const bool backup = endsWith(base, ".bkp");
-        if (backup) base.resize(base.size() - 4);
-        std::string id;
-        if (base != "tracks.json") {
-            if (!endsWith(base, ".srt")) continue;
-            id = base.substr(0, base.size() - 4);
-            if (id.empty() || id.find('.') != std::string::npos) continue;
+        std::string id = name.substr(prefix.size());
+        const bool backup = cutEnd(id, ".bkp");
+        int32_t type = AUDIOCUSTOMTRACK_FILE_NONE;
+        if (id == "tracks.json") {
+            id.clear();
+        } else {
+            for (int32_t kind : {AUDIOCUSTOMTRACK_FILE_SRT, AUDIOCUSTOMTRACK_FILE_WEBVTT, AUDIOCUSTOMTRACK_FILE_LABELS})
+                if (cutEnd(id, std::string(".") + AUDIOCUSTOMTRACK_FileTypeExtension(kind))) {
+                    type = kind;
+                    break;
+                }
+            if (type == AUDIOCUSTOMTRACK_FILE_NONE || id.empty() || id.find('.') != std::string::npos) continue;
         }
-        found(entry.path(), name.substr(prefix.size() - 1), backup ? std::string() : id);
+        if (backup) {
+            id.clear();
+            type = AUDIOCUSTOMTRACK_FILE_NONE;
+        }
+        found(entry.path(), name.substr(prefix.size() - 1), id, type);
     }
 }
 
@@ -273,7 +284,7 @@ void forEachSidecar(const char *audioName, Found found)
 int32_t _TAVOAUDIO_ReadSidecars(TavoDocument *doc, AUDIOSIGNAL signal)
 {
     // The tracks listed in the track sidecar are made first, in their saved
-    // order, so that the SRT sidecars fill them rather than add tracks in
+    // order, so that the region sidecars fill them rather than add tracks in
     // folder order; their properties and links follow once every track
     // exists. Links and streams have no folder of their own to hold sidecars.
     const AUDIO_FORMAT format = AUDIOSIGNAL_GetFormat(signal);
@@ -281,10 +292,12 @@ int32_t _TAVOAUDIO_ReadSidecars(TavoDocument *doc, AUDIOSIGNAL signal)
     TavoTrackSidecar tracks(doc->fileName);
     tracks.createTracks(signal);
     int32_t read = 0;
-    forEachSidecar(doc->fileName, [&](const std::filesystem::path &path, const std::string &, const std::string &id) {
+    forEachSidecar(doc->fileName, [&](const std::filesystem::path &path, const std::string &, const std::string &id,
+                                      int32_t type) {
         if (id.empty()) return;  // the track sidecar, or a backup
         char format[320];
-        std::snprintf(format, sizeof(format), "SRT[track=%s,linked=1]", id.c_str());
+        std::snprintf(format, sizeof(format), "%s[track=%s,linked=1]", AUDIOCUSTOMTRACK_FileTypeToString(type),
+                      id.c_str());
         if (AUDIOSIGNAL_ReadRegionsEx(signal, path.c_str(), format, AUDIOSIGNAL_REGIONS_EXTERNAL)) ++read;
     });
     tracks.apply(doc, signal);
@@ -297,7 +310,7 @@ bool _TAVOAUDIO_MoveSidecars(const char *oldName, const char *newName)
     std::vector<std::pair<fs::path, fs::path>> moves;
     const fs::path newPath(newName);
     const fs::path folder = newPath.has_parent_path() ? newPath.parent_path() : fs::path(".");
-    forEachSidecar(oldName, [&](const fs::path &path, const std::string &tail, const std::string &) {
+    forEachSidecar(oldName, [&](const fs::path &path, const std::string &tail, const std::string &, int32_t) {
         moves.emplace_back(path, folder / (newPath.stem().string() + tail));
     });
     bool moved = true;

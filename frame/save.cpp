@@ -170,9 +170,13 @@ void formatStamp(uint64_t stamp, char *buffer, size_t size)
 
 bool _TAVOAUDIO_SaveRegionFiles(TavoDocument *doc, AUDIOSIGNAL signal, const char *audioName, uint32_t *error)
 {
+    // The sidecars first: writing them binds the tracks to the sidecars of
+    // `audioName`, so that the external-region pass does not write them
+    // again to the sidecars of a name the document had before (a save
+    // under another name, a rename).
+    const bool sidecars = AUDIOSIGNAL_SaveSrtSidecars(signal, audioName);
     uint32_t failure = 0;
     const bool external = AUDIOSIGNAL_SaveExternalRegions(signal, &failure);
-    const bool sidecars = AUDIOSIGNAL_SaveSrtSidecars(signal, audioName);
     const bool tracks = _TAVOTRACKS_SaveTrackSidecar(doc, signal, audioName);
     if (error != nullptr) *error = failure == 0 && !(sidecars && tracks) ? AUDIO_ERROR_CANNOT_WRITE : failure;
     return external && sidecars && tracks;

@@ -165,7 +165,7 @@ void applyEntry(AUDIOSIGNAL signal, AUDIOCUSTOMTRACK track, BLDICT entry)
 std::string _TAVOTRACKS_SidecarPath(const char *audioName)
 {
     if (audioName == nullptr || audioName[0] == '\0') return std::string();
-    // The same stem the SRT sidecars are found by when the document opens.
+    // The same stem the region sidecars are found by when the document opens.
     const std::filesystem::path audio(audioName);
     const std::string file = audio.stem().string() + ".tracks.json";
     return audio.has_parent_path() ? (audio.parent_path() / file).string() : file;

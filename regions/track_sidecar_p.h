@@ -2,7 +2,7 @@
 ** track_sidecar_p.h: the annotation tracks' own properties kept beside a
 ** saved document, in "<audio name without extension>.tracks.json".
 **
-** The SRT sidecars keep the regions of the tracks of file type SRT; this
+** The region sidecars (SRT and the others) keep the tracks' regions; this
 ** file keeps what they cannot: every saved track's label, link, file type,
 ** font size, number of lines, default flags, visibility and read-only flag,
 ** and the document's master track. It is a valid track template (same
@@ -33,10 +33,10 @@ std::string _TAVOTRACKS_SidecarPath(const char *audioName);
 ** with read or write access held. */
 bool _TAVOTRACKS_SaveTrackSidecar(struct TavoDocument *doc, AUDIOSIGNAL signal, const char *audioName);
 
-/* Reading on open, in two steps around the reading of the SRT sidecars:
+/* Reading on open, in two steps around the reading of the region sidecars:
 **   TavoTrackSidecar sidecar(doc->fileName);  reads and checks the file
 **   sidecar.createTracks(signal);             listed tracks, in saved order
-**   ... the SRT sidecars fill the tracks ...
+**   ... the region sidecars fill the tracks ...
 **   sidecar.apply(doc, signal);               properties, links, master
 ** A missing file is no error; an unreadable or malformed one is logged with
 ** BLDEBUG_Error and changes nothing. Neither step records an undo step, and

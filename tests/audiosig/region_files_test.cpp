@@ -240,7 +240,7 @@ TEST(AudioRegionFiles, SrtSidecarsOfAnnotationTracks)
     Signal signal = silentSignal(kRate);
     AUDIOCUSTOMTRACK words = AUDIOSIGNAL_AddCustomTrack(signal.get(), "words", "Words", nullptr);
     AUDIOCUSTOMTRACK gone = AUDIOSIGNAL_AddCustomTrack(signal.get(), "gone", "Gone", nullptr);
-    AUDIOSIGNAL_AddCustomTrack(signal.get(), "plain", "Plain", nullptr);  // no file type: no sidecar
+    AUDIOCUSTOMTRACK plain = AUDIOSIGNAL_AddCustomTrack(signal.get(), "plain", "Plain", nullptr);
     AUDIOCUSTOMTRACK_SetFileType(words, AUDIOCUSTOMTRACK_FILE_SRT);
     AUDIOCUSTOMTRACK_SetFileType(gone, AUDIOCUSTOMTRACK_FILE_SRT);
     addRegions(signal.get(), 1, {{0.25, 0.5, "hello"}});
@@ -248,16 +248,21 @@ TEST(AudioRegionFiles, SrtSidecarsOfAnnotationTracks)
     ASSERT_TRUE(AUDIOSIGNAL_SaveSrtSidecars(signal.get(), audio.c_str()));
     EXPECT_TRUE(std::filesystem::exists(folder.file("song.words.srt")));
     EXPECT_TRUE(std::filesystem::exists(folder.file("song.gone.srt")));
-    EXPECT_FALSE(std::filesystem::exists(folder.file("song.plain.srt")));
+    // A track without a file type is kept as SRT and keeps having none.
+    EXPECT_TRUE(std::filesystem::exists(folder.file("song.plain.srt")));
+    EXPECT_EQ(AUDIOCUSTOMTRACK_GetFileType(plain), AUDIOCUSTOMTRACK_FILE_NONE);
     EXPECT_TRUE(AUDIOREGIONTRACK_IsExternal(AUDIOCUSTOMTRACK_RegionTrack(words)));
 
     // Saving again keeps the previous sidecar as a backup and retires the
-    // sidecar of a deleted track.
+    // sidecar of a deleted track and the one of a format a track left.
     AUDIOSIGNAL_RemoveCustomTrack(signal.get(), "gone", 0);
+    AUDIOCUSTOMTRACK_SetFileType(plain, AUDIOCUSTOMTRACK_FILE_LABELS);
     ASSERT_TRUE(AUDIOSIGNAL_SaveSrtSidecars(signal.get(), audio.c_str()));
     EXPECT_TRUE(std::filesystem::exists(folder.file("song.words.srt.bkp")));
     EXPECT_FALSE(std::filesystem::exists(folder.file("song.gone.srt")));
     EXPECT_TRUE(std::filesystem::exists(folder.file("song.gone.srt.bkp")));
+    EXPECT_FALSE(std::filesystem::exists(folder.file("song.plain.srt")));
+    EXPECT_TRUE(std::filesystem::exists(folder.file("song.plain.labels.txt")));
 
     Signal other = silentSignal(kRate);
     ASSERT_TRUE(AUDIOSIGNAL_ReadRegionsEx(other.get(), folder.file("song.words.srt").c_str(),

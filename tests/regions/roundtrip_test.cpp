@@ -56,9 +56,11 @@ std::string Field(TAVOAUDIO doc, const char *name)
 const std::vector<RegionFacts> kTrack0 = {{800, 4000, "Intro"}, {2400, 2400, "Cue A"}, {8000, 12000, "Verse"}};
 const std::vector<RegionFacts> kLyrics = {{800, 2400, "Hello"}, {4000, 6400, "World"}};
 const std::vector<RegionFacts> kTranslation = {{800, 2400, "Hola"}};
+const std::vector<RegionFacts> kNotes = {{12000, 14000, "Coda"}};
 
-// Regions and a marker on track 0; "lyrics" and "translation" (linked to
-// "lyrics") kept as SRT; an empty hidden "notes"; tags in one edition.
+// Regions and a marker on track 0; "lyrics" kept as SRT, "translation"
+// (linked to "lyrics") as WebVTT; a hidden "notes" without a file type;
+// tags in one edition.
 TAVOAUDIO MakeAnnotatedDocument()
 {
     TAVOAUDIO doc = tavotest::MakeSineDocument(8000, 1, 2.0);
@@ -71,7 +73,7 @@ TAVOAUDIO MakeAnnotatedDocument()
               TAVOAUDIO_LinkCustomTrack(doc, "translation", "lyrics") == 1 &&
               TAVOAUDIO_SetTrackLabelEx(doc, "lyrics", "Lyrics") == 1 &&
               TAVOAUDIO_SetCustomTrackFileType(doc, "lyrics", AUDIOCUSTOMTRACK_FILE_SRT) == 1 &&
-              TAVOAUDIO_SetCustomTrackFileType(doc, "translation", AUDIOCUSTOMTRACK_FILE_SRT) == 1 &&
+              TAVOAUDIO_SetCustomTrackFileType(doc, "translation", AUDIOCUSTOMTRACK_FILE_WEBVTT) == 1 &&
               TAVOAUDIO_SetTrackFontSize(doc, "lyrics", 14.5f) == 1 &&
               TAVOAUDIO_SetTrackFontSize(doc, "translation", 11.0f) == 1 &&
               TAVOAUDIO_SetTrackNumberOfLines(doc, "lyrics", 2) == 1 &&
@@ -79,7 +81,8 @@ TAVOAUDIO MakeAnnotatedDocument()
               TAVOAUDIO_SetTrackUseAsLinkedDefault(doc, "lyrics", true) == 1 &&
               TAVOAUDIO_SetTrackAsGlobalDefault(doc, "translation", true) == 1 &&
               TAVOAUDIO_SetMasterTrackUniqId(doc, "lyrics");
-    for (const auto &[track, regions] : {std::pair{"lyrics", kLyrics}, {"translation", kTranslation}})
+    for (const auto &[track, regions] :
+         {std::pair{"lyrics", kLyrics}, {"translation", kTranslation}, {"notes", kNotes}})
         for (const RegionFacts &r : regions)
             ok = ok && TAVOAUDIO_CreateRegionEx2(doc, track, r.begin, r.end, "undef", r.label.c_str(), nullptr, 0,
                                                  nullptr) != nullptr;
@@ -113,7 +116,14 @@ void ExpectTracksAndTags(TAVOAUDIO doc)
     EXPECT_TRUE(TAVOAUDIO_IsMasterTrackUniqId(doc, "lyrics"));
     EXPECT_EQ(RegionsOf(doc, "lyrics"), kLyrics);
     EXPECT_EQ(RegionsOf(doc, "translation"), kTranslation);
-    EXPECT_TRUE(RegionsOf(doc, "notes").empty());
+    EXPECT_EQ(RegionsOf(doc, "notes"), kNotes);
+    const auto fileType = [&](const char *id) {
+        return AUDIOCUSTOMTRACK_GetFileType(
+            AUDIOSIGNAL_GetCustomTrack(TAVOAUDIO_GetAudioSignal(doc), TAVOAUDIO_FindCustomTrackIndex(doc, id)));
+    };
+    EXPECT_EQ(fileType("lyrics"), AUDIOCUSTOMTRACK_FILE_SRT);
+    EXPECT_EQ(fileType("translation"), AUDIOCUSTOMTRACK_FILE_WEBVTT);
+    EXPECT_EQ(fileType("notes"), AUDIOCUSTOMTRACK_FILE_NONE);
     EXPECT_EQ(Field(doc, "TITLE"), "Night Song");
     EXPECT_EQ(Field(doc, "ARTIST"), "The Choir");
     EXPECT_EQ(TAVOAUDIO_GetYear(doc), 2019);

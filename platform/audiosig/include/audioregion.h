@@ -521,18 +521,26 @@ AUDIO_API bool AUDIOSIGNAL_SaveRegionsEx(AUDIOSIGNAL signal, const char *name, c
 ** writes succeeded (or none was needed). */
 AUDIO_API bool AUDIOSIGNAL_SaveExternalRegions(AUDIOSIGNAL signal, uint32_t *error);
 
-/* Saves the annotation tracks of file type SRT (not temporary, not deleted)
-** as sidecars of the audio file `audioName`: "<audioName without its
-** extension>.<track id>.srt", each with the format "SRT[track=%s,linked=1]"
-** (an existing sidecar is kept as "%s.bkp" first). When all were written,
-** the sidecars of deleted tracks are retired (renamed to "%s.bkp"); when
-** any failed, that is logged and none is retired. False when any failed. */
+/* Saves the annotation tracks (not temporary, not deleted) as sidecars of
+** the audio file `audioName`: "<audioName without its extension>.<track
+** id>.<extension>", the extension of the track's file type (a track of type
+** NONE is written as SRT and keeps type NONE), each with the format
+** "<TYPE>[track=%s,linked=1]" (an existing sidecar is kept as "%s.bkp"
+** first). When all were written, the sidecars of deleted tracks and those of
+** a track in a format it no longer has are retired (renamed to "%s.bkp");
+** when any failed, that is logged and none is retired. False when any
+** failed. */
 AUDIO_API bool AUDIOSIGNAL_SaveSrtSidecars(AUDIOSIGNAL signal, const char *audioName);
 
 /* The same with a choice: `link` false writes them as copies (format
 ** "SRT[track=%s,linked=0]"), leaving the tracks bound to the files they had,
 ** for a copy of the audio saved under another name. */
 AUDIO_API bool AUDIOSIGNAL_SaveSrtSidecarsEx(AUDIOSIGNAL signal, const char *audioName, bool link);
+
+/* The extension of a sidecar of an annotation track of file type `type`,
+** without the dot: "srt" (SRT and NONE), "vtt" (WEBVTT), "labels.txt"
+** (LABELS); null for an unknown type. */
+AUDIO_API const char *AUDIOCUSTOMTRACK_FileTypeExtension(int32_t type);
 
 AUDIO_EXTERN_C_END
 

@@ -21,6 +21,7 @@
 #include <cstdio>
 #include <cstring>
 #include <new>
+#include <set>
 #include <string>
 
 #include <strings.h>
@@ -575,6 +576,19 @@ bool AUDIOSIGNAL_SaveSrtSidecars(AUDIOSIGNAL signal, const char *audioName)
     return AUDIOSIGNAL_SaveSrtSidecarsEx(signal, audioName, true);
 }
 
+const char *AUDIOCUSTOMTRACK_FileTypeExtension(int32_t type)
+{
+    switch (type) {
+    case AUDIOCUSTOMTRACK_FILE_NONE:
+    case AUDIOCUSTOMTRACK_FILE_SRT: return "srt";
+    case AUDIOCUSTOMTRACK_FILE_WEBVTT: return "vtt";
+    // ".txt" alone would take any "<stem>.<word>.txt" beside the audio for
+    // a track's file.
+    case AUDIOCUSTOMTRACK_FILE_LABELS: return "labels.txt";
+    default: return nullptr;
+    }
+}
+
 bool AUDIOSIGNAL_SaveSrtSidecarsEx(AUDIOSIGNAL signal, const char *audioName, bool link)
 {
     if (signal == nullptr || audioName == nullptr || audioName[0] == '\0') return false;
@@ -583,20 +597,29 @@ bool AUDIOSIGNAL_SaveSrtSidecarsEx(AUDIOSIGNAL signal, const char *audioName, bo
         const size_t slash = base.find_last_of('/');
         const size_t dot = base.find_last_of('.');
         if (dot != std::string::npos && (slash == std::string::npos || dot > slash)) base.resize(dot);
-        const auto sidecarOf = [&](const std::string &id) { return base + "." + id + ".srt"; };
+        const auto sidecarOf = [&](const std::string &id, int32_t type) {
+            return base + "." + id + "." + AUDIOCUSTOMTRACK_FileTypeExtension(type);
+        };
+        const int32_t kinds[] = {AUDIOCUSTOMTRACK_FILE_SRT, AUDIOCUSTOMTRACK_FILE_WEBVTT, AUDIOCUSTOMTRACK_FILE_LABELS};
         bool allWritten = true;
         std::vector<std::string> stale;
+        std::set<std::string> written;  // never retired, whatever else has the id
         for (int32_t i = 0; i < AUDIOSIGNAL_NumRegionTracks(signal); ++i) {
             AUDIOREGIONTRACK track = AUDIOSIGNAL_GetRegionTrack(signal, i);
-            if (!track->m_custom || track->m_properties.fileType != AUDIOCUSTOMTRACK_FILE_SRT) continue;
-            const std::string sidecar = sidecarOf(track->m_uniqId);
-            if (track->m_deleted) {
-                stale.push_back(sidecar);
-                continue;
-            }
-            if (track->m_properties.temporary) continue;
+            if (!track->m_custom || AUDIOCUSTOMTRACK_FileTypeExtension(track->m_properties.fileType) == nullptr) continue;
+            // A track without a file type of its own is kept as SRT, the
+            // sidecars' format, and keeps having none.
+            const int32_t ownType = track->m_properties.fileType;
+            const int32_t type = ownType == AUDIOCUSTOMTRACK_FILE_NONE ? AUDIOCUSTOMTRACK_FILE_SRT : ownType;
+            const std::string sidecar = sidecarOf(track->m_uniqId, type);
+            // Files of the track in its other formats (its type changed)
+            // would bring its regions back twice on the next open.
+            for (int32_t other : kinds)
+                if (track->m_deleted || other != type) stale.push_back(sidecarOf(track->m_uniqId, other));
+            if (track->m_deleted || track->m_properties.temporary) continue;
             char group[320];
-            std::snprintf(group, sizeof(group), "SRT[track=%s,linked=%d]", track->m_uniqId.c_str(), link ? 1 : 0);
+            std::snprintf(group, sizeof(group), "%s[track=%s,linked=%d]", typeName(type), track->m_uniqId.c_str(),
+                          link ? 1 : 0);
             struct stat old {};
             if (::stat(sidecar.c_str(), &old) == 0) {
                 char backup[4352];
@@ -608,6 +631,8 @@ bool AUDIOSIGNAL_SaveSrtSidecarsEx(AUDIOSIGNAL signal, const char *audioName, bo
                     BLDEBUG_Warning("cannot keep a backup of %s", sidecar.c_str());
             }
             if (!AUDIOSIGNAL_SaveRegionsEx(signal, sidecar.c_str(), group, i, 0, nullptr)) allWritten = false;
+            track->m_properties.fileType = ownType;
+            written.insert(sidecar);
         }
         if (!allWritten) {
             BLDEBUG_Error("_SaveSrtSidecarGroups: at least one SRT sidecar failed to write; skipping retirement of "
@@ -616,7 +641,7 @@ bool AUDIOSIGNAL_SaveSrtSidecarsEx(AUDIOSIGNAL signal, const char *audioName, bo
         }
         for (const std::string &sidecar : stale) {
             struct stat old {};
-            if (::stat(sidecar.c_str(), &old) != 0) continue;
+            if (written.count(sidecar) != 0 || ::stat(sidecar.c_str(), &old) != 0) continue;
             char backup[4352];
             std::snprintf(backup, sizeof(backup), "%s.bkp", sidecar.c_str());
             ::rename(sidecar.c_str(), backup);

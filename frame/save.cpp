@@ -341,11 +341,12 @@ TAVO_API bool TAVOAUDIO_RenameEx(TAVOAUDIO audio, const char *newName, uint32_t 
                 storeSignalError(doc, errno == ENOENT ? AUDIO_ERROR_FILE_NOT_FOUND : AUDIO_ERROR_CANNOT_WRITE);
                 return false;
             }
-            // The sidecars follow the file: left behind, they would be lost
-            // to it on the next open. A sidecar that cannot move is logged;
-            // the next save writes it again under the new name.
-            _TAVOAUDIO_MoveSidecars(oldName.c_str(), canonical);
         }
+        // The sidecars follow the file, also when the host moved the audio
+        // itself (it does not know them): left behind, they would be lost to
+        // it on the next open. A sidecar that cannot move is logged; the next
+        // save writes it again under the new name.
+        if ((doc->state->fileFlags & TAVOSTATE_FILE_OWN) != 0) _TAVOAUDIO_MoveSidecars(oldName.c_str(), canonical);
         _TAVOAUDIO_StoreFileName(doc, canonical);
         AUDIOSIGNAL signal = _TAVOAUDIO_Signal(doc);
         if (signal != nullptr && onDisk) AUDIOSIGNAL_SetSignalLabel(signal, canonical);

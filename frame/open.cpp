@@ -248,6 +248,7 @@ void forEachSidecar(const char *audioName, Found found)
     const fs::path audioPath(audioName);
     const fs::path folder = audioPath.has_parent_path() ? audioPath.parent_path() : fs::path(".");
     const std::string prefix = audioPath.stem().string() + ".";
+    const std::string trackList = fs::path(_TAVOTRACKS_SidecarPath(audioName)).filename().string();
     const auto cutEnd = [](std::string &text, const std::string &end) {
         const bool ends = text.size() > end.size() && text.compare(text.size() - end.size(), end.size(), end) == 0;
         if (ends) text.resize(text.size() - end.size());
@@ -261,7 +262,7 @@ void forEachSidecar(const char *audioName, Found found)
         std::string id = name.substr(prefix.size());
         const bool backup = cutEnd(id, ".bkp");
         int32_t type = AUDIOCUSTOMTRACK_FILE_NONE;
-        if (id == "tracks.json") {
+        if (prefix + id == trackList) {
             id.clear();
         } else {
             for (int32_t kind : {AUDIOCUSTOMTRACK_FILE_SRT, AUDIOCUSTOMTRACK_FILE_WEBVTT, AUDIOCUSTOMTRACK_FILE_LABELS})

@@ -28,20 +28,28 @@ inline std::string quote(const std::string &arg)
     return q + "'";
 }
 
-// Runs the tool with `args` in `folder`; `prefix` comes before the tool in
-// the shell command ("NAME=value ...", or a wrapper command).
-inline Result run(const fs::path &folder, const std::vector<std::string> &args, const std::string &prefix = "")
+// Runs the shell command `before` + the tool with `args` (output to
+// stdout.txt and stderr.txt of `folder`, no input) + `after`, in `folder`.
+inline Result runShell(const fs::path &folder, const std::vector<std::string> &args, const std::string &before,
+                       const std::string &after)
 {
     const fs::path out = folder / "stdout.txt", err = folder / "stderr.txt";
-    std::string command = "cd " + quote(folder.string()) + " && " + prefix + " " + quote(TAVO_TOOL);
+    std::string command = "cd " + quote(folder.string()) + " && " + before + " " + quote(TAVO_TOOL);
     for (const std::string &arg : args) command += " " + quote(arg);
-    command += " >" + quote(out.string()) + " 2>" + quote(err.string()) + " </dev/null";
+    command += " >" + quote(out.string()) + " 2>" + quote(err.string()) + " </dev/null" + after;
     const int status = std::system(command.c_str());
     Result r;
     if (WIFEXITED(status)) r.code = WEXITSTATUS(status);
     r.out = readFile(out);
     r.err = readFile(err);
     return r;
+}
+
+// Runs the tool with `args` in `folder`; `prefix` comes before the tool in
+// the shell command ("NAME=value ...", or a wrapper command).
+inline Result run(const fs::path &folder, const std::vector<std::string> &args, const std::string &prefix = "")
+{
+    return runShell(folder, args, prefix, "");
 }
 
 // Runs the tool in the background and presses Ctrl-C `delay` seconds after
@@ -52,19 +60,11 @@ inline Result run(const fs::path &folder, const std::vector<std::string> &args, 
 inline Result runInterrupted(const fs::path &folder, const std::vector<std::string> &args, const std::string &env,
                              const char *delay)
 {
-    const fs::path out = folder / "stdout.txt", err = folder / "stderr.txt";
-    std::string command = "cd " + quote(folder.string()) + " && { " + env + " " + quote(TAVO_TOOL);
-    for (const std::string &arg : args) command += " " + quote(arg);
-    command += " >" + quote(out.string()) + " 2>" + quote(err.string()) + " </dev/null & p=$!; i=0; "
-               "until awk '/^SigCgt/ { exit !index(\"2367abef\", substr($2, length($2))) }' /proc/$p/status "
-               "2>/dev/null; do kill -0 $p 2>/dev/null && [ $i -lt 600 ] || break; sleep 0.05; i=$((i+1)); done; "
-               "sleep " + std::string(delay) + "; kill -INT $p 2>/dev/null; wait $p; }";
-    const int status = std::system(command.c_str());
-    Result r;
-    if (WIFEXITED(status)) r.code = WEXITSTATUS(status);
-    r.out = readFile(out);
-    r.err = readFile(err);
-    return r;
+    return runShell(folder, args, "{ " + env,
+                    " & p=$!; i=0; "
+                    "until awk '/^SigCgt/ { exit !index(\"2367abef\", substr($2, length($2))) }' /proc/$p/status "
+                    "2>/dev/null; do kill -0 $p 2>/dev/null && [ $i -lt 600 ] || break; sleep 0.05; i=$((i+1)); "
+                    "done; sleep " + std::string(delay) + "; kill -INT $p 2>/dev/null; wait $p; }");
 }
 
 // Deterministic noise over most of the 16-bit range (xorshift32), different
